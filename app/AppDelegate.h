@@ -1,0 +1,26 @@
+#pragma once
+// Part 2.1: starts the long-lived services in their launch order and flushes the history at quit.
+#include <QObject>
+#include <QTimer>
+
+class AppSettings;
+class DefaultsStore;
+class StatusItemController;
+
+class AppDelegate : public QObject {
+    Q_OBJECT
+public:
+    explicit AppDelegate(AppSettings &settings, QObject *parent = nullptr);
+    ~AppDelegate() override;
+
+    // Entry step 1: make "AppleLanguages" follow the stored interface-language override.
+    static void applyLanguageOverride(DefaultsStore &defaults);
+
+    void applicationDidFinishLaunching();
+    void applicationWillTerminate();
+
+private:
+    AppSettings &m_settings;
+    StatusItemController *m_statusItem = nullptr;
+    QTimer m_pruneTimer;
+};

@@ -1,0 +1,82 @@
+#pragma once
+// Part 2.2: the user's preferences, each mirrored to the defaults key of the same name.
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+#include <functional>
+#include <optional>
+
+class DefaultsStore;
+class LoginItem;
+
+class AppSettings : public QObject {
+    Q_OBJECT
+public:
+    AppSettings(DefaultsStore &defaults, LoginItem &loginItem, QObject *parent = nullptr);
+    static AppSettings &shared();
+
+    bool onboardingCompleted() const { return m_onboardingCompleted; }
+    bool launchAtLogin() const { return m_launchAtLogin; }
+    std::optional<QString> languageCode() const { return m_languageCode; }
+    qint64 historyLimit() const { return m_historyLimit; }
+    qint64 historyRetentionDays() const { return m_historyRetentionDays; }
+    bool moveToTopOnPaste() const { return m_moveToTopOnPaste; }
+    bool copyInsteadOfPaste() const { return m_copyInsteadOfPaste; }
+    bool alwaysPlainText() const { return m_alwaysPlainText; }
+    bool restoreClipboardAfterPaste() const { return m_restoreClipboardAfterPaste; }
+    bool clearOnQuit() const { return m_clearOnQuit; }
+    bool monitoringPaused() const { return m_monitoringPaused; }
+    bool builtInExclusionsEnabled() const { return m_builtInExclusionsEnabled; }
+    QStringList excludedBundleIDs() const { return m_excludedBundleIDs; }
+    bool crashReportingEnabled() const { return m_crashReportingEnabled; }
+    bool improveDataSharing() const { return m_improveDataSharing; }
+
+    void setOnboardingCompleted(bool value);
+    void setLaunchAtLogin(bool value);
+    void setLanguageCode(const std::optional<QString> &value);
+    void setHistoryLimit(qint64 value);
+    void setHistoryRetentionDays(qint64 value);
+    void setMoveToTopOnPaste(bool value);
+    void setCopyInsteadOfPaste(bool value);
+    void setAlwaysPlainText(bool value);
+    void setRestoreClipboardAfterPaste(bool value);
+    void setClearOnQuit(bool value);
+    void setMonitoringPaused(bool value);
+    void setBuiltInExclusionsEnabled(bool value);
+    void setExcludedBundleIDs(const QStringList &value);
+    void setCrashReportingEnabled(bool value);
+    void setImproveDataSharing(bool value);
+
+    // The "app.env" snapshot for the improvement reporter.
+    QVariantMap environmentProps() const;
+
+    // Part 7.1 hooks its queue clearing here: run when improveDataSharing becomes false.
+    std::function<void()> discardUnsentStatistics;
+
+signals:
+    // Emitted with the property's name (= its defaults key) before the value is written.
+    void changed(const QString &key);
+
+private:
+    template <typename T> void assign(T &field, const T &value, const char *key);
+    void applyLoginItem(bool enabled);
+
+    DefaultsStore &m_defaults;
+    LoginItem &m_loginItem;
+
+    bool m_onboardingCompleted = false;
+    bool m_launchAtLogin = true;
+    std::optional<QString> m_languageCode;
+    qint64 m_historyLimit = 500;
+    qint64 m_historyRetentionDays = 0;
+    bool m_moveToTopOnPaste = true;
+    bool m_copyInsteadOfPaste = false;
+    bool m_alwaysPlainText = false;
+    bool m_restoreClipboardAfterPaste = false;
+    bool m_clearOnQuit = false;
+    bool m_monitoringPaused = false;
+    bool m_builtInExclusionsEnabled = true;
+    QStringList m_excludedBundleIDs;
+    bool m_crashReportingEnabled = true;
+    bool m_improveDataSharing = true;
+};

@@ -1,0 +1,30 @@
+#pragma once
+#include <QDateTime>
+#include <chrono>
+
+// The two clocks the spec distinguishes: wall time for dates that are stored,
+// and the monotonic uptime clock for intervals (burst coalescing).
+class Clock {
+public:
+    virtual ~Clock() = default;
+    virtual QDateTime now() const = 0;  // UTC wall time
+    virtual double uptime() const = 0;  // seconds, monotonic
+
+    static Clock &system();
+};
+
+class SystemClock final : public Clock {
+public:
+    QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
+    double uptime() const override
+    {
+        using namespace std::chrono;
+        return duration<double>(steady_clock::now().time_since_epoch()).count();
+    }
+};
+
+inline Clock &Clock::system()
+{
+    static SystemClock clock;
+    return clock;
+}

@@ -1,0 +1,39 @@
+#include "common/FileSafety.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+namespace FileSafety {
+
+bool ensurePrivateDir(const QString &path)
+{
+    if (!QDir().mkpath(path))
+        return false;
+    return QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+bool writeAtomically(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    if (file.write(bytes) != bytes.size()) {
+        file.cancelWriting();
+        return false;
+    }
+    return file.commit();
+}
+
+QString keepAside(const QString &path)
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    QString target = path + QStringLiteral(".broken-") + stamp;
+    for (int n = 1; QFile::exists(target); ++n)
+        target = path + QStringLiteral(".broken-") + stamp + QLatin1Char('-') + QString::number(n);
+    return QFile::rename(path, target) ? target : QString();
+}
+
+} // namespace FileSafety

@@ -1,0 +1,15 @@
+#pragma once
+#include <QByteArray>
+#include <QString>
+
+// A clipboard history holds secrets: everything Stashwell writes is private to the
+// user (directories 0700, files 0600) and replaced atomically.
+namespace FileSafety {
+// Creates `path` and its parents as needed and restricts it to the owner.
+bool ensurePrivateDir(const QString &path);
+// Writes `bytes` to a temporary file beside `path`, then renames it over `path`.
+bool writeAtomically(const QString &path, const QByteArray &bytes);
+// Renames a file that could not be understood to `<path>.broken-<UTC time>`,
+// so the next save cannot destroy what the user had. Returns the new name.
+QString keepAside(const QString &path);
+}

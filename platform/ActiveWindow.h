@@ -1,0 +1,16 @@
+#pragma once
+#include <QString>
+#include <optional>
+
+// The application in front (PLATFORM.md: the active X11 window). `bundleID` is its
+// desktop-entry ID without ".desktop", else its WM_CLASS class; either field may be empty.
+struct FrontApp {
+    QString bundleID;
+    QString name;
+};
+
+class ActiveWindow {
+public:
+    virtual ~ActiveWindow() = default;
+    virtual std::optional<FrontApp> frontmost() const = 0;
+};

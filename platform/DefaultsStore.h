@@ -1,0 +1,35 @@
+#pragma once
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QObject>
+#include <QString>
+
+// The per-user defaults store (PLATFORM.md: one typed JSON object file). JSON keeps
+// bool, integer, string and string-list values apart, so a value of the wrong type
+// can be told from a missing one. Every change is written at once, atomically.
+class DefaultsStore : public QObject {
+    Q_OBJECT
+public:
+    // An empty path keeps the values in memory only (tests).
+    explicit DefaultsStore(const QString &path, QObject *parent = nullptr);
+    static DefaultsStore &shared();
+
+    QJsonValue object(const QString &key) const { return m_values.value(key); } // Undefined when absent
+    bool contains(const QString &key) const { return m_values.contains(key); }
+    void set(const QString &key, const QJsonValue &value);
+    void remove(const QString &key);
+
+    // Typed reads: std::nullopt when absent or of another type.
+    std::optional<bool> boolValue(const QString &key) const;
+    std::optional<qint64> intValue(const QString &key) const;
+    std::optional<QString> stringValue(const QString &key) const;
+    std::optional<QStringList> stringListValue(const QString &key) const;
+
+    QString path() const { return m_path; }
+
+private:
+    void save() const;
+
+    QString m_path;
+    QJsonObject m_values;
+};
