@@ -157,8 +157,9 @@ std::optional<QColor> colorFrom(const QMimeData &contents)
     const QLatin1String colorType("application/x-color");
     if (!contents.hasFormat(colorType))
         return std::nullopt;
-    if (contents.hasColor()) // an in-process QMimeData holding a QColor
-        return qvariant_cast<QColor>(contents.colorData());
+    const QVariant object = contents.colorData(); // an in-process QMimeData holding a QColor
+    if (object.typeId() == QMetaType::QColor && object.value<QColor>().isValid())
+        return object.value<QColor>();
     const QByteArray data = contents.data(colorType);
     if (data.size() == 8) {
         const auto channel = [&](int i) { return qFromUnaligned<quint16>(data.constData() + 2 * i) / 65535.0; };

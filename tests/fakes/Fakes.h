@@ -6,6 +6,7 @@
 #include "platform/LoginItem.h"
 
 #include <QMimeData>
+#include <QTimeZone>
 #include <memory>
 
 class FakeClipboard final : public Clipboard {
@@ -46,7 +47,7 @@ public:
         monotonic += seconds;
         wall = wall.addMSecs(qint64(seconds * 1000));
     }
-    QDateTime wall = QDateTime(QDate(2026, 3, 1), QTime(9, 30), QTimeZone::UTC);
+    QDateTime wall = QDateTime(QDate(2026, 3, 1), QTime(9, 30), Qt::UTC);
     double monotonic = 1000;
 };
 

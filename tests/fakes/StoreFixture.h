@@ -1,0 +1,39 @@
+#pragma once
+// A history store in a temporary directory with in-memory settings and a fake clock.
+#include "app/AppSettings.h"
+#include "capture/HistoryStore.h"
+#include "fakes/Fakes.h"
+#include "platform/DefaultsStore.h"
+
+#include <QTemporaryDir>
+
+struct StoreFixture {
+    QTemporaryDir tmp;
+    DefaultsStore defaults{QString()};
+    FakeLoginItem login;
+    AppSettings settings{defaults, login};
+    FakeClock clock;
+    QList<std::pair<QString, QVariantMap>> events;
+    std::unique_ptr<HistoryStore> store;
+
+    StoreFixture() { reopen(); }
+    QString dir() const { return tmp.path() + QStringLiteral("/Stashwell"); }
+    HistoryStore &reopen()
+    {
+        store.reset(); // a pending save is dropped with the old instance, as at a crash
+        store = std::make_unique<HistoryStore>(dir(), settings, clock, [this](const QString &n, const QVariantMap &p) {
+            events.append({n, p});
+        });
+        return *store;
+    }
+
+    static ClipCapture text(const QString &text, const QString &app = QStringLiteral("org.kde.kate"))
+    {
+        ClipCapture c;
+        c.kind = ClipKind::text;
+        c.text = text;
+        c.sourceAppBundleID = app;
+        c.sourceAppName = app.section(QLatin1Char('.'), -1);
+        return c;
+    }
+};
