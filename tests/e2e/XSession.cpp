@@ -1,0 +1,189 @@
+#include "e2e/XSession.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QThread>
+#include <csignal>
+
+namespace {
+
+QString freeDisplay()
+{
+    for (int n = 40 + int(QCoreApplication::applicationPid() % 50);; ++n)
+        if (!QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n))
+            && !QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)))
+            return QStringLiteral(":%1").arg(n);
+}
+
+bool waitFor(const std::function<bool()> &condition, int timeoutMs)
+{
+    for (int waited = 0; waited < timeoutMs; waited += 25) {
+        if (condition())
+            return true;
+        QTest::qWait(25);
+    }
+    return condition();
+}
+
+} // namespace
+
+XSession::XSession()
+{
+    QDir().mkpath(dataDir());
+    QDir().mkpath(configDir());
+    QDir().mkpath(m_home.path() + QStringLiteral("/runtime"));
+    QFile::setPermissions(m_home.path() + QStringLiteral("/runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    // Parallel tests may race for a display number: an Xvfb that exits lost it, try another.
+    bool serving = false;
+    for (int attempt = 0; attempt < 5 && !serving; ++attempt) {
+        m_display = freeDisplay();
+        startDaemon(m_xvfb, QStringLiteral("Xvfb"),
+                    {m_display, QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x800x24"),
+                     QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+        const QString socket = QStringLiteral("/tmp/.X11-unix/X") + m_display.mid(1);
+        serving = waitFor([&] { return QFileInfo::exists(socket) || m_xvfb->state() != QProcess::Running; }, 10000)
+            && m_xvfb->state() == QProcess::Running;
+    }
+    if (!serving)
+        return;
+    startDaemon(m_wm, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    // openbox is up once it owns the window-manager selection.
+    m_up = waitFor([&] { return !run(QStringLiteral("xprop"), {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("not found"); },
+                   10000);
+}
+
+XSession::~XSession()
+{
+    if (m_app)
+        stopStashwell();
+    for (QProcess *owner : std::as_const(m_owners)) {
+        owner->kill();
+        owner->waitForFinished(1000);
+        delete owner;
+    }
+    for (auto *p : {m_wm.get(), m_xvfb.get()}) {
+        if (p) {
+            p->terminate();
+            if (!p->waitForFinished(3000))
+                p->kill();
+        }
+    }
+}
+
+QProcessEnvironment XSession::environment() const
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("DISPLAY"), m_display);
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    env.insert(QStringLiteral("HOME"), m_home.path());
+    env.insert(QStringLiteral("XDG_DATA_HOME"), dataDir());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), configDir());
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_home.path() + QStringLiteral("/runtime"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    env.remove(QStringLiteral("STASHWELL_SERVICE_URL"));
+    return env;
+}
+
+void XSession::startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args)
+{
+    process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(environment());
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->start(program, args);
+    process->waitForStarted(5000);
+}
+
+QByteArray XSession::run(const QString &program, const QStringList &args, const QByteArray &input, int *exitCode) const
+{
+    QProcess p;
+    p.setProcessEnvironment(environment());
+    p.start(program, args);
+    p.write(input);
+    p.closeWriteChannel();
+    p.waitForFinished(10000);
+    if (exitCode)
+        *exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    return p.readAllStandardOutput();
+}
+
+void XSession::xclipCopy(const QByteArray &data, const QString &type) const
+{
+    // xclip forks a child that owns the selection until another client takes it.
+    run(QStringLiteral("xclip"), {"-selection", "clipboard", "-t", type, "-i"}, data);
+}
+
+void XSession::copyTypes(const QList<std::pair<QString, QByteArray>> &types) const
+{
+    QStringList args;
+    for (const auto &[type, data] : types) {
+        const QString path = m_home.path() + QStringLiteral("/owner-%1").arg(args.size());
+        writeFile(path, data);
+        args << type + QLatin1Char('=') + path;
+    }
+    auto *owner = new QProcess;
+    owner->setProcessEnvironment(environment());
+    owner->setProcessChannelMode(QProcess::ForwardedChannels);
+    owner->start(QStringLiteral(STASHWELL_CLIP_OWNER), args);
+    owner->waitForReadyRead(5000); // it says "owned" once it holds the selection
+    m_owners << owner;
+}
+
+bool XSession::startStashwell(const QStringList &extraEnv)
+{
+    m_app = std::make_unique<QProcess>();
+    QProcessEnvironment env = environment();
+    for (const QString &pair : extraEnv)
+        env.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
+    m_app->setProcessEnvironment(env);
+    m_app->setStandardOutputFile(QProcess::nullDevice());
+    m_stderr.clear();
+    QObject::connect(m_app.get(), &QProcess::readyReadStandardError, m_app.get(),
+                     [this] { m_stderr += m_app->readAllStandardError(); });
+    m_app->start(QStringLiteral(STASHWELL_BIN), {});
+    if (!m_app->waitForStarted(5000))
+        return false;
+    // The store creates its directories when the monitor starts; a few polls later it is watching.
+    const bool ready = waitFor([&] { return QFileInfo::exists(historyDir() + QStringLiteral("/thumbs")); }, 10000);
+    QTest::qWait(400);
+    return ready && m_app->state() == QProcess::Running;
+}
+
+int XSession::stopStashwell()
+{
+    if (!m_app)
+        return -1;
+    ::kill(pid_t(m_app->processId()), SIGTERM);
+    if (!m_app->waitForFinished(10000))
+        m_app->kill();
+    m_stderr += m_app->readAllStandardError();
+    const int code = m_app->exitStatus() == QProcess::NormalExit ? m_app->exitCode() : -1;
+    m_app.reset();
+    return code;
+}
+
+QByteArray XSession::stashwellStderr()
+{
+    if (m_app)
+        m_stderr += m_app->readAllStandardError();
+    return m_stderr;
+}
+
+QJsonArray XSession::history() const
+{
+    QFile file(historyDir() + QStringLiteral("/history.json"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).array();
+}
+
+void XSession::writeFile(const QString &path, const QByteArray &bytes) const
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes);
+}

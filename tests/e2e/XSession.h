@@ -1,0 +1,65 @@
+#pragma once
+// A private X11 desktop for end-to-end tests: Xvfb + openbox on a free display,
+// temporary XDG directories, and the real `stashwell` binary started inside it.
+#include <QByteArray>
+#include <QJsonArray>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+#include <memory>
+
+class XSession {
+public:
+    XSession();
+    ~XSession();
+    bool isUp() const { return m_up; }
+
+    QString display() const { return m_display; }
+    QString dataDir() const { return m_home.path() + QStringLiteral("/data"); }
+    QString configDir() const { return m_home.path() + QStringLiteral("/config"); }
+    QString historyDir() const { return dataDir() + QStringLiteral("/Stashwell"); }
+    QString defaultsFile() const { return configDir() + QStringLiteral("/Stashwell/defaults.json"); }
+    QProcessEnvironment environment() const;
+
+    // Runs a client to completion (xclip, xdotool, ...); returns its standard output.
+    QByteArray run(const QString &program, const QStringList &args, const QByteArray &input = {},
+                   int *exitCode = nullptr) const;
+    // Another application copies: xclip takes the CLIPBOARD selection with one type.
+    void xclipCopy(const QByteArray &data, const QString &type = QStringLiteral("UTF8_STRING")) const;
+    // An application that offers several types at once (as browsers and password managers do).
+    void copyTypes(const QList<std::pair<QString, QByteArray>> &types) const;
+
+    bool startStashwell(const QStringList &extraEnv = {});
+    int stopStashwell(); // SIGTERM, returns the exit code
+    QProcess *stashwell() { return m_app.get(); }
+    QByteArray stashwellStderr();
+
+    // The saved history, waiting up to `timeoutMs` for `ready` to hold.
+    QJsonArray history() const;
+    template <typename Pred> QJsonArray waitForHistory(Pred ready, int timeoutMs = 5000) const;
+
+    void writeFile(const QString &path, const QByteArray &bytes) const;
+
+private:
+    void startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args);
+
+    QTemporaryDir m_home;
+    QString m_display;
+    std::unique_ptr<QProcess> m_xvfb, m_wm, m_app;
+    mutable QList<QProcess *> m_owners;
+    QByteArray m_stderr;
+    bool m_up = false;
+};
+
+#include <QTest>
+template <typename Pred> QJsonArray XSession::waitForHistory(Pred ready, int timeoutMs) const
+{
+    QJsonArray items;
+    for (int waited = 0; waited <= timeoutMs; waited += 50) {
+        items = history();
+        if (ready(items))
+            return items;
+        QTest::qWait(50);
+    }
+    return items;
+}

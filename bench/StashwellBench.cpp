@@ -1,0 +1,124 @@
+// Prints: ingest time per capture, load and save time of a 5,000-entry history, and the
+// resident memory of the idle `stashwell` process holding that history.
+#include "app/AppSettings.h"
+#include "capture/HistoryStore.h"
+#include "e2e/XSession.h"
+#include "fakes/Fakes.h"
+#include "platform/DefaultsStore.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <cstdio>
+
+namespace {
+
+constexpr int historySize = 5000;
+
+ClipCapture textCapture(int i)
+{
+    ClipCapture c;
+    c.kind = ClipKind::text;
+    c.text = QStringLiteral("Entry %1: the quick brown fox jumps over the lazy dog, copied from a document. ").arg(i)
+                 .repeated(1 + i % 4);
+    c.sourceAppBundleID = QStringLiteral("org.kde.kate");
+    c.sourceAppName = QStringLiteral("Kate");
+    return c;
+}
+
+ClipCapture imageCapture(int i)
+{
+    QImage image(1920, 1080, QImage::Format_RGB32);
+    image.fill(QColor::fromHsv(i * 37 % 360, 200, 200));
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    ClipCapture c;
+    c.kind = ClipKind::image;
+    c.imageData = png;
+    return c;
+}
+
+template <typename F> double millis(F &&work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return timer.nsecsElapsed() / 1e6;
+}
+
+qint64 residentKiB(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    QTemporaryDir tmp;
+    DefaultsStore defaults{QString()};
+    FakeLoginItem login;
+    AppSettings settings(defaults, login);
+    settings.setHistoryLimit(historySize);
+    const QString dir = tmp.path() + QStringLiteral("/Stashwell");
+
+    HistoryStore store(dir, settings, Clock::system());
+    const double textMs = millis([&] {
+        for (int i = 0; i < historySize; ++i)
+            store.ingest(textCapture(i));
+    });
+    std::printf("ingest, text capture (%d, growing history): %.3f ms per capture\n", historySize, textMs / historySize);
+    const int images = 20;
+    QList<ClipCapture> pngs;
+    for (int i = 0; i < images; ++i)
+        pngs << imageCapture(i);
+    const double imageMs = millis([&] {
+        for (const ClipCapture &c : pngs)
+            store.ingest(c);
+    });
+    std::printf("ingest, 1920x1080 PNG capture incl. thumbnail: %.2f ms per capture\n", imageMs / images);
+
+    const double saveMs = millis([&] { store.saveNow(); });
+    const qint64 bytes = QFileInfo(store.fileURL()).size();
+    std::printf("save, %lld entries (%.1f KiB): %.2f ms\n", qint64(store.items().size()), bytes / 1024.0, saveMs);
+    double loadMs = 0;
+    qsizetype loaded = 0;
+    loadMs = millis([&] {
+        HistoryStore again(dir, settings, Clock::system());
+        loaded = again.items().size();
+    });
+    std::printf("load, %lld entries: %.2f ms\n", qint64(loaded), loadMs);
+
+    // The real process, idle, with that history.
+    XSession x;
+    if (!x.isUp()) {
+        std::printf("idle RSS: not measured (no Xvfb)\n");
+        return 1;
+    }
+    QDir().mkpath(x.historyDir());
+    QFile::copy(store.fileURL(), x.historyDir() + QStringLiteral("/history.json"));
+    QJsonObject values{{"historyLimit", historySize}, {"launchAtLogin", false}};
+    x.writeFile(x.defaultsFile(), QJsonDocument(values).toJson());
+    if (!x.startStashwell()) {
+        std::printf("idle RSS: stashwell did not start\n");
+        return 1;
+    }
+    QTest::qWait(3000);
+    std::printf("idle RSS of stashwell with %d entries: %.1f MiB\n", historySize,
+                residentKiB(x.stashwell()->processId()) / 1024.0);
+    return 0;
+}

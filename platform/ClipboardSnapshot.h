@@ -1,0 +1,36 @@
+#pragma once
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <functional>
+#include <optional>
+#include <utility>
+
+// Part 4.1's pasteboard snapshot: one element per clipboard item (on X11 there is one),
+// each mapping type to bytes in the order the owner offered the types. Types that could
+// not be read are absent. Types are named as QMimeData formats (ClipboardTargets), so that
+// writing them back through the clipboard offers the same targets again.
+using ClipboardItemData = QList<std::pair<QString, QByteArray>>;
+using ClipboardSnapshot = QList<ClipboardItemData>;
+
+// Reads the whole clipboard off the main thread.
+class ClipboardSnapshotReader {
+public:
+    virtual ~ClipboardSnapshotReader() = default;
+    // Starts a read and returns at once. `done` runs later on the main thread, however long
+    // the read takes, but never after the reader is destroyed. Its argument is an empty list
+    // for an empty clipboard and absent when the contents could not be read at all.
+    virtual void read(std::function<void(std::optional<ClipboardSnapshot>)> done) = 0;
+};
+
+// How X11 selection targets become QMimeData formats. Qt's xcb clipboard serves the
+// targets UTF8_STRING, STRING, TEXT and COMPOUND_TEXT all from the one format
+// "text/plain", so the snapshot keeps the text once, under that name, as UTF-8.
+namespace ClipboardTargets {
+// False for targets that are protocol rather than data (TARGETS, MULTIPLE, TIMESTAMP,
+// SAVE_TARGETS, DELETE, ...), that are X resources (PIXMAP, ...), or that Qt re-offers by
+// itself from "text/plain" (TEXT, COMPOUND_TEXT).
+bool isReadable(const QString &target);
+// The read targets, in order, as the formats to write back.
+ClipboardItemData toMimeFormats(const ClipboardItemData &targets);
+}

@@ -1,0 +1,144 @@
+#include "platform/X11HotKeyBackend.h"
+
+#include "platform/X11Keyboard.h"
+#include "platform/X11Support.h"
+
+#include <QCoreApplication>
+#include <QKeySequence>
+#include <QLoggingCategory>
+
+namespace {
+
+Q_LOGGING_CATEGORY(hotKeyLog, "stashwell.hotkey")
+
+constexpr X11Keyboard::KeySym numLockKeysym = 0xff7f;
+// Auto-repeat presses come about 30 ms apart; a press this long after the last one is new
+// even when its release was not seen (it can go to a keyboard grab of the palette).
+constexpr quint32 repeatWindowMs = 1000;
+
+} // namespace
+
+X11HotKeyBackend::X11HotKeyBackend()
+{
+    if (QCoreApplication::instance())
+        QCoreApplication::instance()->installNativeEventFilter(this);
+}
+
+X11HotKeyBackend::~X11HotKeyBackend()
+{
+    const QList<Handle> grabs = m_grabs.keys();
+    for (Handle handle : grabs)
+        unregisterHotKey(handle);
+    if (QCoreApplication::instance())
+        QCoreApplication::instance()->removeNativeEventFilter(this);
+}
+
+std::optional<HotKeyBackend::Handle> X11HotKeyBackend::installHandler(std::function<void(quint32)> handler)
+{
+    const Handle handle = m_nextHandle++;
+    m_handlers.insert(handle, std::move(handler));
+    return handle;
+}
+
+void X11HotKeyBackend::removeHandler(Handle handler)
+{
+    m_handlers.remove(handler);
+}
+
+std::optional<HotKeyBackend::Handle> X11HotKeyBackend::registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers,
+                                                                      quint32 id)
+{
+    xcb_connection_t *c = X11::connection();
+    if (!c) {
+        qCWarning(hotKeyLog).noquote() << "No X11 display: the global hot key" << describe(key, modifiers)
+                                       << "is not available; bind the desktop's shortcut to `stashwell toggle`.";
+        return std::nullopt;
+    }
+    Grab grab;
+    grab.keycode = X11Keyboard::keycodeFor(c, X11Keyboard::keysymFor(key));
+    grab.modifiers = X11Keyboard::modifierMask(c, modifiers);
+    grab.id = id;
+    if (!grab.keycode) {
+        qCWarning(hotKeyLog).noquote() << "The keyboard has no key for the global hot key" << describe(key, modifiers);
+        return std::nullopt;
+    }
+    const quint16 numLock = X11Keyboard::modifierMaskFor(c, numLockKeysym, XCB_MOD_MASK_2);
+    m_ignoredModifiers = numLock | XCB_MOD_MASK_LOCK;
+    const xcb_window_t root = X11::rootWindow();
+    for (quint16 extra : {quint16(0), quint16(XCB_MOD_MASK_LOCK), numLock, quint16(numLock | XCB_MOD_MASK_LOCK)}) {
+        const quint16 mask = grab.modifiers | extra;
+        const xcb_void_cookie_t cookie = xcb_grab_key_checked(c, 1, root, mask, grab.keycode, XCB_GRAB_MODE_ASYNC,
+                                                              XCB_GRAB_MODE_ASYNC);
+        if (xcb_generic_error_t *error = xcb_request_check(c, cookie)) {
+            free(error);
+            continue;
+        }
+        grab.variants.append(mask);
+    }
+    if (grab.variants.size() < 4)
+        qCWarning(hotKeyLog).noquote() << "The global hot key" << describe(key, modifiers)
+                                       << "is taken by another program:" << grab.variants.size()
+                                       << "of its 4 lock-key variants grabbed; the palette still opens from the tray.";
+    if (grab.variants.isEmpty())
+        return std::nullopt;
+    const Handle handle = m_nextHandle++;
+    m_grabs.insert(handle, grab);
+    return handle;
+}
+
+void X11HotKeyBackend::unregisterHotKey(Handle hotKey)
+{
+    const Grab grab = m_grabs.take(hotKey);
+    xcb_connection_t *c = X11::connection();
+    if (!c)
+        return;
+    for (quint16 mask : grab.variants)
+        xcb_ungrab_key(c, grab.keycode, X11::rootWindow(), mask);
+    xcb_flush(c);
+}
+
+bool X11HotKeyBackend::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
+{
+    if (eventType != "xcb_generic_event_t" || m_grabs.isEmpty())
+        return false;
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    const uint8_t type = event->response_type & 0x7f;
+    if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE)
+        return false;
+    const auto *key = reinterpret_cast<const xcb_key_press_event_t *>(event);
+    const quint16 state = key->state & 0xff & ~m_ignoredModifiers;
+    bool consumed = false;
+    for (Grab &grab : m_grabs) {
+        if (grab.keycode != key->detail)
+            continue;
+        // A release counts whatever is held by then and wherever it goes.
+        if (type == XCB_KEY_RELEASE) {
+            grab.down = false;
+            continue;
+        }
+        // Not only on the root: while the palette grabs the keyboard the press goes to it.
+        if (state == grab.modifiers) {
+            dispatch(grab, key->time);
+            consumed = true;
+        }
+    }
+    return consumed;
+}
+
+void X11HotKeyBackend::dispatch(Grab &grab, quint32 time)
+{
+    const bool repeat = grab.down && time - grab.lastPressTime < repeatWindowMs;
+    grab.down = true;
+    grab.lastPressTime = time;
+    if (repeat)
+        return;
+    const auto handlers = m_handlers; // a handler may remove itself
+    for (const auto &handler : handlers)
+        handler(grab.id);
+}
+
+QString X11HotKeyBackend::describe(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    return QKeySequence(modifiers | key).toString(QKeySequence::PortableText).replace(QLatin1String("Meta"),
+                                                                                        QLatin1String("Super"));
+}

@@ -1,0 +1,10 @@
+#pragma once
+#include "platform/KeyPoster.h"
+
+// XTest key events on the display Qt is connected to (PLATFORM.md: "Synthetic Command-V").
+class X11KeyPoster final : public KeyPoster {
+public:
+    bool isTrusted() const override;
+    QString targetWindowClass() const override;
+    bool postKeyCombination(Qt::KeyboardModifiers modifiers, Qt::Key key) override;
+};
