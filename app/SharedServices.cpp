@@ -44,3 +44,66 @@ ClipboardMonitor &ClipboardMonitor::shared()
                                     recordUsage);
     return monitor;
 }
+
+// Parts 2.3, 4.1 and 4.2: the global hot key, the paste service and the notice.
+#include "paste/HUDToast.h"
+#include "paste/PasteService.h"
+#include "platform/GlobalHotKey.h"
+#include "platform/X11ClipboardSnapshotReader.h"
+#include "platform/X11HotKeyBackend.h"
+#include "platform/X11KeyPoster.h"
+
+GlobalHotKey &GlobalHotKey::shared()
+{
+    static X11HotKeyBackend backend;
+    static GlobalHotKey hotKey(backend);
+    return hotKey;
+}
+
+PasteService &PasteService::shared()
+{
+    // The change counters registered with the monitor must come from the clipboard object
+    // the monitor polls: a second SystemClipboard counts from its own creation.
+    static SystemClipboard clipboard;
+    static X11KeyPoster keys;
+    static X11ClipboardSnapshotReader reader;
+    static PasteService service(clipboard, keys, reader, ClipboardMonitor::shared(), HistoryStore::shared(),
+                                AppSettings::shared());
+    return service;
+}
+
+HUDToast &HUDToast::shared()
+{
+    static QtToastScheduler scheduler;
+    static HUDToast toast(scheduler);
+    return toast;
+}
+
+// Part 2.5: the interface language. Qt's own texts come from the "qtbase" catalogue
+// (Debian package qt6-translations-l10n); the preferred languages are the system's.
+#include "l10n/FrameworkLanguage.h"
+#include "l10n/L10n.h"
+
+#include <QLibraryInfo>
+#include <QLocale>
+
+namespace {
+QStringList systemPreferredLanguages()
+{
+    return QLocale::system().uiLanguages();
+}
+} // namespace
+
+FrameworkLanguage &FrameworkLanguage::shared()
+{
+    static FrameworkLanguage framework(
+        {TranslationCatalog{QLibraryInfo::path(QLibraryInfo::TranslationsPath), QStringLiteral("qtbase")}},
+        systemPreferredLanguages);
+    return framework;
+}
+
+L10n &L10n::shared()
+{
+    static L10n l10n(DefaultsStore::shared(), FrameworkLanguage::shared(), systemPreferredLanguages);
+    return l10n;
+}

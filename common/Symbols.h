@@ -1,0 +1,12 @@
+#pragma once
+#include <QColor>
+#include <QIcon>
+#include <QPixmap>
+#include <QString>
+
+// The bundled SVG icons, named after the SF Symbol they stand for ("doc.text", "pin.fill").
+// They are drawn in one colour, so any tint can be applied.
+namespace Symbols {
+QPixmap pixmap(const QString &name, const QColor &tint, int size, qreal devicePixelRatio = 1.0);
+QIcon icon(const QString &name, const QColor &tint, int size = 16);
+}

@@ -1,0 +1,28 @@
+#include "palette/PalettePanel.h"
+
+#include <QVBoxLayout>
+
+PalettePanel::PalettePanel(QWidget *content)
+    : QWidget(nullptr, Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint)
+{
+    setAttribute(Qt::WA_TranslucentBackground);
+    setWindowTitle(QStringLiteral("Stashwell"));
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(content);
+    resize(size);
+}
+
+QRect PalettePanel::frame(const QRect &available)
+{
+    const int x = available.center().x() + 1 - size.width() / 2;
+    // 0.62 of the height from the bottom is 0.38 from the top in Qt's top-down coordinates.
+    const int y = available.top() + qRound(0.38 * available.height()) - size.height() / 2;
+    return QRect(QPoint(x, y), size);
+}
+
+void PalettePanel::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    emit dismissed();
+}
