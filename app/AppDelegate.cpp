@@ -4,6 +4,9 @@
 #include "app/StatusItemController.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/HistoryStore.h"
+#include "l10n/L10n.h"
+#include "palette/PaletteController.h"
+#include "platform/GlobalHotKey.h"
 #include "platform/DefaultsStore.h"
 
 #include <QJsonArray>
@@ -26,8 +29,13 @@ void AppDelegate::applyLanguageOverride(DefaultsStore &defaults)
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    L10n::shared().bootstrap();
     m_statusItem = new StatusItemController(m_settings, this);
     ClipboardMonitor::shared().start();
+
+    GlobalHotKey &hotKey = GlobalHotKey::shared();
+    hotKey.onTrigger = [] { PaletteController::shared().toggle(QStringLiteral("hotkey")); };
+    hotKey.registerHotKey(GlobalHotKey::defaultKey, GlobalHotKey::defaultModifiers);
 
     // Hourly prune; the store also prunes once when it loads.
     m_pruneTimer.setInterval(3600 * 1000);

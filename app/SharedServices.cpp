@@ -107,3 +107,16 @@ L10n &L10n::shared()
     static L10n l10n(DefaultsStore::shared(), FrameworkLanguage::shared(), systemPreferredLanguages);
     return l10n;
 }
+
+// Part 3.2: the palette, the single way to paste an entry.
+#include "palette/AppIconCache.h"
+#include "palette/PaletteController.h"
+
+PaletteController &PaletteController::shared()
+{
+    static X11ActiveWindow activeWindow;
+    static PaletteController controller(HistoryStore::shared(), AppSettings::shared(), L10n::shared(),
+                                        PasteService::shared(), HUDToast::shared(), activeWindow,
+                                        AppIconCache::shared(), Clock::system(), recordUsage);
+    return controller;
+}

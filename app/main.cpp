@@ -1,6 +1,7 @@
 // Process entry (Part 2.1): a tray agent with no window and no task-bar entry.
 #include "app/AppDelegate.h"
 #include "app/AppSettings.h"
+#include "l10n/FrameworkLanguage.h"
 #include "platform/DefaultsStore.h"
 #include "platform/UnixSignals.h"
 
@@ -16,6 +17,7 @@ int main(int argc, char *argv[])
     QApplication::setDesktopFileName(QStringLiteral("com.norvane.Stashwell"));
     QApplication::setQuitOnLastWindowClosed(false);
     UnixSignals::quitOnTermination();
+    FrameworkLanguage::shared().installAtLaunch(DefaultsStore::shared()); // needs the application object
 
     AppDelegate delegate(AppSettings::shared());
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);

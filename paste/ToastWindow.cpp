@@ -7,15 +7,17 @@
 
 ToastWindow::ToastWindow(const QString &text, QWidget *parent)
     : QWidget(parent,
-              // Override-redirect: the window manager never activates it, so focus stays
-              // where it was (the paste target); input-transparent: clicks go through.
-              Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::X11BypassWindowManagerHint |
+              // A tool-tip type window is override-redirect: neither Qt nor the window manager
+              // activates it, so focus stays with the paste target. Input-transparent: clicks
+              // go through to the window below.
+              Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::X11BypassWindowManagerHint |
                   Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput)
     , m_text(text)
 {
     setObjectName(QStringLiteral("HUDToast"));
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_X11DoNotAcceptFocus);
+    setAttribute(Qt::WA_X11NetWmWindowTypeNotification); // for compositors' shadow and fade rules
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::NoFocus);
