@@ -62,8 +62,9 @@ GlobalHotKey &GlobalHotKey::shared()
 
 PasteService &PasteService::shared()
 {
-    // The change counters registered with the monitor must come from the clipboard object
-    // the monitor polls: a second SystemClipboard counts from its own creation.
+    // FIXME(lead): this must be the very SystemClipboard that ClipboardMonitor::shared() polls
+    // (a second one counts changes from its own creation, so the counters registered with the
+    // monitor would be off by the copies made in between); share one instance between both.
     static SystemClipboard clipboard;
     static X11KeyPoster keys;
     static X11ClipboardSnapshotReader reader;
@@ -119,4 +120,23 @@ PaletteController &PaletteController::shared()
                                         PasteService::shared(), HUDToast::shared(), activeWindow,
                                         AppIconCache::shared(), Clock::system(), recordUsage);
     return controller;
+}
+
+// Part 5.2: the companion bridge. The palette seams are wired to PaletteController (the lead
+// wires them; confirm is the picker's own confirmation, without overrides). Its command lines
+// go to the "stashwell.bridge" category until DebugLog (Part 7.3) takes them over.
+#include "bridge/SkyletBridge.h"
+
+namespace {
+Q_LOGGING_CATEGORY(bridgeLog, "stashwell.bridge", QtWarningMsg)
+} // namespace
+
+SkyletBridge &SkyletBridge::shared()
+{
+    static SkyletBridge bridge(
+        HistoryStore::shared(), L10n::shared(), Clock::system(),
+        [](const QString &trigger) { PaletteController::shared().show(trigger); },
+        [](const ClipItem &item) { PaletteController::shared().confirm(item, false, false); },
+        SkyletBridgeOptions{.log = [](const QString &line) { qCInfo(bridgeLog).noquote() << line; }});
+    return bridge;
 }

@@ -10,15 +10,15 @@ PalettePanel::PalettePanel(QWidget *content)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(content);
-    resize(size);
+    resize(panelSize);
 }
 
 QRect PalettePanel::frame(const QRect &available)
 {
-    const int x = available.center().x() + 1 - size.width() / 2;
+    const int x = available.left() + (available.width() - panelSize.width()) / 2;
     // 0.62 of the height from the bottom is 0.38 from the top in Qt's top-down coordinates.
-    const int y = available.top() + qRound(0.38 * available.height()) - size.height() / 2;
-    return QRect(QPoint(x, y), size);
+    const int y = available.top() + qRound(0.38 * available.height()) - panelSize.height() / 2;
+    return QRect(QPoint(x, y), panelSize);
 }
 
 void PalettePanel::hideEvent(QHideEvent *event)

@@ -7,7 +7,7 @@
 class PalettePanel : public QWidget {
     Q_OBJECT
 public:
-    static constexpr QSize size{680, 440};
+    static constexpr QSize panelSize{680, 440};
 
     explicit PalettePanel(QWidget *content);
 

@@ -261,3 +261,11 @@ void PaletteView::paintEvent(QPaintEvent *)
     p.setPen(QPen(palette().color(QPalette::Mid), 1));
     p.drawPath(path);
 }
+
+QStringList PaletteView::hints() const
+{
+    QStringList texts;
+    for (const QLabel *hint : m_hints)
+        texts << hint->text();
+    return texts;
+}
