@@ -2,6 +2,7 @@
 
 #include "app/AppSettings.h"
 #include "app/StatusItemController.h"
+#include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/HistoryStore.h"
 #include "l10n/L10n.h"
@@ -36,6 +37,8 @@ void AppDelegate::applicationDidFinishLaunching()
     GlobalHotKey &hotKey = GlobalHotKey::shared();
     hotKey.onTrigger = [] { PaletteController::shared().toggle(QStringLiteral("hotkey")); };
     hotKey.registerHotKey(GlobalHotKey::defaultKey, GlobalHotKey::defaultModifiers);
+
+    SkyletBridge::shared().start();
 
     // Hourly prune; the store also prunes once when it loads.
     m_pruneTimer.setInterval(3600 * 1000);

@@ -1,20 +1,35 @@
-// The composition root: every service's process-wide instance, created on first use
-// with its real collaborators. Tests build the same classes with fakes instead.
+// The composition root: every service's process-wide instance, created on first use with its
+// real collaborators and never destroyed (the spec's rule; it also keeps widgets from being
+// torn down after the application object). Tests build the same classes with fakes instead.
 #include "app/AppSettings.h"
+#include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/HistoryStore.h"
 #include "common/Clock.h"
 #include "common/Paths.h"
+#include "l10n/FrameworkLanguage.h"
+#include "l10n/L10n.h"
+#include "palette/AppIconCache.h"
+#include "palette/PaletteController.h"
+#include "paste/HUDToast.h"
+#include "paste/PasteService.h"
 #include "platform/DefaultsStore.h"
+#include "platform/GlobalHotKey.h"
 #include "platform/LoginItem.h"
 #include "platform/SystemClipboard.h"
 #include "platform/X11ActiveWindow.h"
+#include "platform/X11ClipboardSnapshotReader.h"
+#include "platform/X11HotKeyBackend.h"
+#include "platform/X11KeyPoster.h"
 
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QLoggingCategory>
 
 namespace {
 
 Q_LOGGING_CATEGORY(usageLog, "stashwell.usage", QtWarningMsg)
+Q_LOGGING_CATEGORY(bridgeLog, "stashwell.bridge", QtWarningMsg)
 
 // Usage events; the improvement reporter (Part 7.1) takes them over when it exists.
 void recordUsage(const QString &name, const QVariantMap &properties)
@@ -22,121 +37,103 @@ void recordUsage(const QString &name, const QVariantMap &properties)
     qCInfo(usageLog).noquote() << name << properties;
 }
 
-} // namespace
-
-AppSettings &AppSettings::shared()
+// One clipboard for all: the counters the paste service registers must be the monitor's.
+SystemClipboard &clipboard()
 {
-    static AppSettings settings(DefaultsStore::shared(), XdgAutostart::shared());
-    return settings;
+    static auto *instance = new SystemClipboard;
+    return *instance;
 }
 
-HistoryStore &HistoryStore::shared()
+X11ActiveWindow &activeWindow()
 {
-    static HistoryStore store(Paths::historyDir(), AppSettings::shared(), Clock::system(), recordUsage);
-    return store;
+    static X11ActiveWindow instance;
+    return instance;
 }
 
-ClipboardMonitor &ClipboardMonitor::shared()
-{
-    static SystemClipboard clipboard;
-    static X11ActiveWindow activeWindow;
-    static ClipboardMonitor monitor(clipboard, activeWindow, AppSettings::shared(), HistoryStore::shared(),
-                                    recordUsage);
-    return monitor;
-}
-
-// Parts 2.3, 4.1 and 4.2: the global hot key, the paste service and the notice.
-#include "paste/HUDToast.h"
-#include "paste/PasteService.h"
-#include "platform/GlobalHotKey.h"
-#include "platform/X11ClipboardSnapshotReader.h"
-#include "platform/X11HotKeyBackend.h"
-#include "platform/X11KeyPoster.h"
-
-GlobalHotKey &GlobalHotKey::shared()
-{
-    static X11HotKeyBackend backend;
-    static GlobalHotKey hotKey(backend);
-    return hotKey;
-}
-
-PasteService &PasteService::shared()
-{
-    // FIXME(lead): this must be the very SystemClipboard that ClipboardMonitor::shared() polls
-    // (a second one counts changes from its own creation, so the counters registered with the
-    // monitor would be off by the copies made in between); share one instance between both.
-    static SystemClipboard clipboard;
-    static X11KeyPoster keys;
-    static X11ClipboardSnapshotReader reader;
-    static PasteService service(clipboard, keys, reader, ClipboardMonitor::shared(), HistoryStore::shared(),
-                                AppSettings::shared());
-    return service;
-}
-
-HUDToast &HUDToast::shared()
-{
-    static QtToastScheduler scheduler;
-    static HUDToast toast(scheduler);
-    return toast;
-}
-
-// Part 2.5: the interface language. Qt's own texts come from the "qtbase" catalogue
-// (Debian package qt6-translations-l10n); the preferred languages are the system's.
-#include "l10n/FrameworkLanguage.h"
-#include "l10n/L10n.h"
-
-#include <QLibraryInfo>
-#include <QLocale>
-
-namespace {
 QStringList systemPreferredLanguages()
 {
     return QLocale::system().uiLanguages();
 }
+
 } // namespace
 
+AppSettings &AppSettings::shared()
+{
+    static auto *settings = new AppSettings(DefaultsStore::shared(), XdgAutostart::shared());
+    return *settings;
+}
+
+HistoryStore &HistoryStore::shared()
+{
+    static auto *store = new HistoryStore(Paths::historyDir(), AppSettings::shared(), Clock::system(), recordUsage);
+    return *store;
+}
+
+// Part 1.2: where a copy becomes a capture, then an entry.
+ClipboardMonitor &ClipboardMonitor::shared()
+{
+    static auto *monitor =
+        new ClipboardMonitor(clipboard(), activeWindow(), AppSettings::shared(), HistoryStore::shared(), recordUsage);
+    return *monitor;
+}
+
+// Part 2.5: Qt's own texts come from the "qtbase" catalogue (qt6-translations-l10n).
 FrameworkLanguage &FrameworkLanguage::shared()
 {
-    static FrameworkLanguage framework(
+    static auto *framework = new FrameworkLanguage(
         {TranslationCatalog{QLibraryInfo::path(QLibraryInfo::TranslationsPath), QStringLiteral("qtbase")}},
         systemPreferredLanguages);
-    return framework;
+    return *framework;
 }
 
 L10n &L10n::shared()
 {
-    static L10n l10n(DefaultsStore::shared(), FrameworkLanguage::shared(), systemPreferredLanguages);
-    return l10n;
+    static auto *l10n = new L10n(DefaultsStore::shared(), FrameworkLanguage::shared(), systemPreferredLanguages);
+    return *l10n;
 }
 
-// Part 3.2: the palette, the single way to paste an entry.
-#include "palette/AppIconCache.h"
-#include "palette/PaletteController.h"
+GlobalHotKey &GlobalHotKey::shared()
+{
+    static auto *backend = new X11HotKeyBackend;
+    static auto *hotKey = new GlobalHotKey(*backend);
+    return *hotKey;
+}
+
+// Part 4.1: where an entry becomes a paste.
+PasteService &PasteService::shared()
+{
+    static auto *keys = new X11KeyPoster;
+    static auto *reader = new X11ClipboardSnapshotReader;
+    static auto *service = new PasteService(clipboard(), *keys, *reader, ClipboardMonitor::shared(),
+                                            HistoryStore::shared(), AppSettings::shared());
+    return *service;
+}
+
+HUDToast &HUDToast::shared()
+{
+    static auto *scheduler = new QtToastScheduler;
+    static auto *toast = new HUDToast(*scheduler);
+    return *toast;
+}
 
 PaletteController &PaletteController::shared()
 {
-    static X11ActiveWindow activeWindow;
-    static PaletteController controller(HistoryStore::shared(), AppSettings::shared(), L10n::shared(),
-                                        PasteService::shared(), HUDToast::shared(), activeWindow,
-                                        AppIconCache::shared(), Clock::system(), recordUsage);
-    return controller;
+    static auto *controller = new PaletteController(HistoryStore::shared(), AppSettings::shared(), L10n::shared(),
+                                                    PasteService::shared(), HUDToast::shared(), activeWindow(),
+                                                    AppIconCache::shared(), Clock::system(), recordUsage);
+    return *controller;
 }
 
-// Part 5.2: the companion bridge. The palette seams are wired to PaletteController (the lead
-// wires them; confirm is the picker's own confirmation, without overrides). Its command lines
-// go to the "stashwell.bridge" category until DebugLog (Part 7.3) takes them over.
-#include "bridge/SkyletBridge.h"
-
-namespace {
-Q_LOGGING_CATEGORY(bridgeLog, "stashwell.bridge", QtWarningMsg)
-} // namespace
-
+// Part 5.2: its command lines go to "stashwell.bridge" until the debug log (Part 7.3) exists.
 SkyletBridge &SkyletBridge::shared()
 {
-    static SkyletBridge bridge(
-        HistoryStore::shared(), L10n::shared(), Clock::system(),
-        [](const QString &trigger) { PaletteController::shared().show(trigger); },
-        [](const ClipItem &item) { PaletteController::shared().confirm(item, false, false); },
-        SkyletBridgeOptions{.log = [](const QString &line) { qCInfo(bridgeLog).noquote() << line; }});
-    return bridge;
+    static auto *bridge = [] {
+        SkyletBridgeOptions options;
+        options.log = [](const QString &line) { qCInfo(bridgeLog).noquote() << line; };
+        return new SkyletBridge(
+            HistoryStore::shared(), L10n::shared(), Clock::system(),
+            [](const QString &trigger) { PaletteController::shared().show(trigger); },
+            [](const ClipItem &item) { PaletteController::shared().confirm(item, false, false); }, options);
+    }();
+    return *bridge;
 }

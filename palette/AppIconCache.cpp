@@ -11,8 +11,8 @@ AppIconCache::AppIconCache(const DesktopEntries &entries)
 
 AppIconCache &AppIconCache::shared()
 {
-    static AppIconCache cache(DesktopEntries::shared());
-    return cache;
+    static auto *cache = new AppIconCache(DesktopEntries::shared()); // its icons outlive no QApplication
+    return *cache;
 }
 
 std::optional<QIcon> AppIconCache::icon(const std::optional<QString> &bundleID)

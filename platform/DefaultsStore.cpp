@@ -28,8 +28,8 @@ DefaultsStore::DefaultsStore(const QString &path, QObject *parent)
 
 DefaultsStore &DefaultsStore::shared()
 {
-    static DefaultsStore store(Paths::defaultsFile());
-    return store;
+    static auto *store = new DefaultsStore(Paths::defaultsFile()); // never destroyed
+    return *store;
 }
 
 void DefaultsStore::set(const QString &key, const QJsonValue &value)

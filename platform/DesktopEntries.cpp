@@ -74,8 +74,8 @@ DesktopEntries::DesktopEntries(const QString &locale)
 
 DesktopEntries &DesktopEntries::shared()
 {
-    static DesktopEntries entries(QLocale::system().name());
-    return entries;
+    static auto *entries = new DesktopEntries(QLocale::system().name());
+    return *entries;
 }
 
 const DesktopEntry *DesktopEntries::byId(const QString &id) const

@@ -16,8 +16,8 @@ XdgAutostart::XdgAutostart(const QString &entryPath, const QString &executable)
 
 XdgAutostart &XdgAutostart::shared()
 {
-    static XdgAutostart item(Paths::autostartFile(), QCoreApplication::applicationFilePath());
-    return item;
+    static auto *item = new XdgAutostart(Paths::autostartFile(), QCoreApplication::applicationFilePath());
+    return *item;
 }
 
 QString XdgAutostart::registerItem()

@@ -58,7 +58,7 @@ XSession::~XSession()
 {
     if (m_app)
         stopStashwell();
-    for (QProcess *owner : std::as_const(m_owners)) {
+    for (QProcess *owner : std::as_const(m_owners) + m_clients) {
         owner->kill();
         owner->waitForFinished(1000);
         delete owner;
@@ -186,4 +186,46 @@ void XSession::writeFile(const QString &path, const QByteArray &bytes) const
     QFile file(path);
     if (file.open(QIODevice::WriteOnly))
         file.write(bytes);
+}
+
+void XSession::setDefaults(const QJsonObject &values) const
+{
+    QFile file(defaultsFile());
+    QJsonObject merged = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    file.close();
+    for (auto it = values.begin(); it != values.end(); ++it)
+        merged.insert(it.key(), it.value());
+    writeFile(defaultsFile(), QJsonDocument(merged).toJson());
+}
+
+QString XSession::activeWindow() const
+{
+    return QString::fromUtf8(run(QStringLiteral("xprop"), {"-root", "_NET_ACTIVE_WINDOW"})).section(QLatin1Char('#'), 1).trimmed();
+}
+
+bool XSession::stashwellHasVisibleWindow() const
+{
+    if (!m_app)
+        return false;
+    return !run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())})
+                .trimmed()
+                .isEmpty();
+}
+
+QProcess *XSession::startZenityEntry()
+{
+    const QString before = activeWindow();
+    auto *zenity = new QProcess;
+    zenity->setProcessEnvironment(environment());
+    zenity->start(QStringLiteral("zenity"), {"--entry", "--title=Paste target", "--text=Paste here"});
+    m_clients << zenity;
+    // Ready once the window manager made it the active window.
+    waitFor([&] { return activeWindow() != before && !activeWindow().startsWith(QLatin1String("0x0")); }, 10000);
+    QTest::qWait(300);
+    return zenity;
+}
+
+void XSession::screenshot(const QString &path) const
+{
+    run(QStringLiteral(STASHWELL_SCREENSHOT), {path});
 }

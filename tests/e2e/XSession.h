@@ -3,6 +3,7 @@
 // temporary XDG directories, and the real `stashwell` binary started inside it.
 #include <QByteArray>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
@@ -39,6 +40,14 @@ public:
     template <typename Pred> QJsonArray waitForHistory(Pred ready, int timeoutMs = 5000) const;
 
     void writeFile(const QString &path, const QByteArray &bytes) const;
+    void setDefaults(const QJsonObject &values) const; // merged into defaults.json
+
+    // Window state as the window manager sees it.
+    QString activeWindow() const; // _NET_ACTIVE_WINDOW
+    bool stashwellHasVisibleWindow() const;
+    // A zenity entry dialog, the paste target; its standard output is what was entered.
+    QProcess *startZenityEntry();
+    void screenshot(const QString &path) const;
 
 private:
     void startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args);
@@ -47,6 +56,7 @@ private:
     QString m_display;
     std::unique_ptr<QProcess> m_xvfb, m_wm, m_app;
     mutable QList<QProcess *> m_owners;
+    QList<QProcess *> m_clients;
     QByteArray m_stderr;
     bool m_up = false;
 };
