@@ -4,7 +4,9 @@
 #include "capture/HistoryStore.h"
 #include "e2e/XSession.h"
 #include "fakes/Fakes.h"
+#include "palette/PaletteModel.h"
 #include "platform/DefaultsStore.h"
+#include "PaletteOpenTimer.h"
 
 #include <QBuffer>
 #include <QElapsedTimer>
@@ -103,6 +105,18 @@ int main(int argc, char *argv[])
     });
     std::printf("load, %lld entries: %.2f ms\n", qint64(loaded), loadMs);
 
+    // The palette's search, one keystroke at a time, over the whole history.
+    {
+        PaletteModel model(store, Clock::system());
+        const QString query = QStringLiteral("quick brown 4999");
+        QList<double> perKey;
+        for (qsizetype n = 1; n <= query.size(); ++n)
+            perKey << millis([&] { model.setQuery(query.left(n)); });
+        std::sort(perKey.begin(), perKey.end());
+        std::printf("search per keystroke over %lld entries: median %.2f ms, worst %.2f ms (%lld keys)\n",
+                    qint64(store.items().size()), perKey[perKey.size() / 2], perKey.last(), qint64(perKey.size()));
+    }
+
     // The real process, idle, with that history.
     XSession x;
     if (!x.isUp()) {
@@ -119,6 +133,29 @@ int main(int argc, char *argv[])
     }
     QTest::qWait(3000);
     std::printf("idle RSS of stashwell with %d entries: %.1f MiB\n", historySize,
+                residentKiB(x.stashwell()->processId()) / 1024.0);
+
+    // Hot key to palette mapped, first opening (builds the panel) and then warm ones, with
+    // an application in front (X delivers no key grab while no window has the focus).
+    x.startZenityEntry();
+    QTest::qWait(1500); // let the dialog settle: keys pressed while it maps can be lost
+    QList<double> opens;
+    for (int i = 0; i < 11; ++i) {
+        const std::optional<double> ms = PaletteOpenTimer::measure(x.display());
+        if (!ms) {
+            std::printf("palette open: the palette did not appear\n%s\n", x.stashwellStderr().constData());
+            return 1;
+        }
+        opens << *ms;
+        PaletteOpenTimer::close(x.display());
+        QTest::qWait(300);
+    }
+    std::printf("palette open (hot key to mapped window), first: %.1f ms\n", opens.first());
+    opens.removeFirst();
+    std::sort(opens.begin(), opens.end());
+    std::printf("palette open, warm: median %.1f ms, worst %.1f ms (%lld openings)\n", opens[opens.size() / 2],
+                opens.last(), qint64(opens.size()));
+    std::printf("idle RSS after %lld openings: %.1f MiB\n", qint64(opens.size() + 1),
                 residentKiB(x.stashwell()->processId()) / 1024.0);
     return 0;
 }
