@@ -8,6 +8,7 @@
 #include "palette/ClipKindStyle.h"
 #include "palette/PaletteModel.h"
 
+#include <QAbstractItemView>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -57,9 +58,9 @@ PaletteRowDelegate::PaletteRowDelegate(PaletteModel &model, HistoryStore &store,
 {
 }
 
-QSize PaletteRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
+QSize PaletteRowDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
 {
-    return {option.rect.width(), rowHeight};
+    return {1, rowHeight}; // rows take the viewport's width when painted
 }
 
 QString PaletteRowDelegate::timeText(const QDateTime &createdAt, const QDateTime &now, L10n &l10n)
@@ -116,7 +117,10 @@ void PaletteRowDelegate::paint(QPainter *p, const QStyleOptionViewItem &option, 
     const QPalette &pal = option.palette;
     p->save();
     p->setRenderHint(QPainter::Antialiasing);
-    const QRect row = option.rect.adjusted(6, 1, -6, -1);
+    QRect full = option.rect;
+    if (const auto *view = qobject_cast<const QAbstractItemView *>(option.widget))
+        full.setRight(view->viewport()->rect().right());
+    const QRect row = full.adjusted(6, 1, -6, -1);
     if (selected) {
         QPainterPath highlight;
         highlight.addRoundedRect(row, 7, 7);

@@ -63,6 +63,9 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     glass->setPixmap(Symbols::pixmap(QStringLiteral("magnifyingglass"), palette().color(QPalette::PlaceholderText), 16,
                                      devicePixelRatioF()));
     m_search->setFrame(false);
+    QPalette clear = m_search->palette();
+    clear.setColor(QPalette::Base, Qt::transparent); // the field sits on the panel's material
+    m_search->setPalette(clear);
     QFont big = m_search->font();
     big.setPointSizeF(big.pointSizeF() * 1.35);
     m_search->setFont(big);
@@ -114,6 +117,7 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     m_list->setFocusPolicy(Qt::NoFocus); // typing always goes to the search field
     m_list->setSelectionMode(QAbstractItemView::NoSelection); // the model's selectedID is drawn
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->viewport()->setAutoFillBackground(false);
     connect(m_list, &QListView::clicked, this, [this](const QModelIndex &index) {
         m_model.setSelectedID(index.data(Qt::UserRole).toUuid());

@@ -53,6 +53,10 @@ PreviewPane::PreviewPane(HistoryStore &store, L10n &l10n, QWidget *parent)
 {
     m_text->setReadOnly(true);
     m_text->setFrameShape(QFrame::NoFrame);
+    QPalette clear = m_text->palette();
+    clear.setColor(QPalette::Base, Qt::transparent);
+    m_text->setPalette(clear);
+    m_text->viewport()->setAutoFillBackground(false);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_text->setFocusPolicy(Qt::NoFocus); // typing always goes to the search field
     m_image->setAlignment(Qt::AlignCenter);
