@@ -3,12 +3,11 @@
 #include "app/AppSettings.h"
 #include "capture/HistoryStore.h"
 #include "e2e/XSession.h"
-#include "fakes/Fakes.h"
+#include "fakes/StoreFixture.h"
 #include "palette/PaletteModel.h"
 #include "platform/DefaultsStore.h"
 #include "PaletteOpenTimer.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
@@ -29,20 +28,6 @@ ClipCapture textCapture(int i)
                  .repeated(1 + i % 4);
     c.sourceAppBundleID = QStringLiteral("org.kde.kate");
     c.sourceAppName = QStringLiteral("Kate");
-    return c;
-}
-
-ClipCapture imageCapture(int i)
-{
-    QImage image(1920, 1080, QImage::Format_RGB32);
-    image.fill(QColor::fromHsv(i * 37 % 360, 200, 200));
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    ClipCapture c;
-    c.kind = ClipKind::image;
-    c.imageData = png;
     return c;
 }
 
@@ -87,7 +72,7 @@ int main(int argc, char *argv[])
     const int images = 20;
     QList<ClipCapture> pngs;
     for (int i = 0; i < images; ++i)
-        pngs << imageCapture(i);
+        pngs << StoreFixture::image(1920, 1080, QColor::fromHsv(i * 37 % 360, 200, 200));
     const double imageMs = millis([&] {
         for (const ClipCapture &c : pngs)
             store.ingest(c);

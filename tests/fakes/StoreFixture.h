@@ -5,6 +5,8 @@
 #include "fakes/Fakes.h"
 #include "platform/DefaultsStore.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <QTemporaryDir>
 
 struct StoreFixture {
@@ -25,6 +27,25 @@ struct StoreFixture {
             events.append({n, p});
         });
         return *store;
+    }
+
+    // An encoded image of one colour ("PNG", "TIFF", ...).
+    static QByteArray encodedImage(int w, int h, const QColor &fill = Qt::blue, const char *format = "PNG")
+    {
+        QImage image(w, h, QImage::Format_ARGB32);
+        image.fill(fill);
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, format);
+        return bytes;
+    }
+    static ClipCapture image(int w, int h, const QColor &fill = Qt::blue)
+    {
+        ClipCapture c;
+        c.kind = ClipKind::image;
+        c.imageData = encodedImage(w, h, fill);
+        return c;
     }
 
     static ClipCapture text(const QString &text, const QString &app = QStringLiteral("org.kde.kate"))

@@ -20,17 +20,6 @@ class ClipboardMonitorTest : public QObject {
         data.setText(text);
         return ClipboardMonitor::read(data);
     }
-    static QByteArray encoded(const char *format, int w = 4, int h = 3)
-    {
-        QImage image(w, h, QImage::Format_RGB32);
-        image.fill(Qt::red);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, format);
-        return bytes;
-    }
-
 private slots:
     void init()
     {
@@ -161,14 +150,14 @@ private slots:
     {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile("/home/u/photo.png")});
-        data.setData(QStringLiteral("image/png"), encoded("PNG"));
+        data.setData(QStringLiteral("image/png"), StoreFixture::encodedImage(4, 3, Qt::red));
         QCOMPARE(ClipboardMonitor::read(data)->kind, ClipKind::file);
     }
 
     void pngIsTakenAsItIs()
     {
         QMimeData data;
-        const QByteArray png = encoded("PNG");
+        const QByteArray png = StoreFixture::encodedImage(4, 3, Qt::red);
         data.setData(QStringLiteral("image/png"), png);
         data.setText(QStringLiteral("alt text"));
         const auto c = ClipboardMonitor::read(data);
@@ -180,7 +169,7 @@ private slots:
     void tiffOnlyIsStoredAsPng()
     {
         QMimeData data;
-        data.setData(QStringLiteral("image/tiff"), encoded("TIFF", 7, 5));
+        data.setData(QStringLiteral("image/tiff"), StoreFixture::encodedImage(7, 5, Qt::red, "TIFF"));
         const auto c = ClipboardMonitor::read(data);
         QCOMPARE(c->kind, ClipKind::image);
         QVERIFY(c->imageData->startsWith("\x89PNG"));

@@ -2,7 +2,6 @@
 #include "common/FileSafety.h"
 #include "fakes/StoreFixture.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -18,19 +17,6 @@ class HistoryStoreTest : public QObject {
         for (const ClipItem &item : f->store->items())
             list << item.text.value_or(QString());
         return list;
-    }
-    static ClipCapture image(int w, int h)
-    {
-        QImage img(w, h, QImage::Format_ARGB32);
-        img.fill(Qt::blue);
-        QByteArray png;
-        QBuffer buffer(&png);
-        buffer.open(QIODevice::WriteOnly);
-        img.save(&buffer, "PNG");
-        ClipCapture c;
-        c.kind = ClipKind::image;
-        c.imageData = png;
-        return c;
     }
     static QFile::Permissions mode(const QString &path) { return QFileInfo(path).permissions(); }
 
@@ -206,7 +192,7 @@ private slots:
 
     void imagesGetBlobPixelSizeAndThumbnail()
     {
-        ClipCapture big = image(4000, 3000);
+        ClipCapture big = StoreFixture::image(4000, 3000);
         store().ingest(big);
         const ClipItem item = store().items()[0];
         QCOMPARE(item.displayTitle(), QStringLiteral("4000 × 3000"));
@@ -215,9 +201,9 @@ private slots:
         QCOMPARE(QImage(store().thumbPath(item)).size(), QSize(320, 240));
         QCOMPARE(store().thumbnail(item).size(), QSize(320, 240));
 
-        store().ingest(image(100, 40));
+        store().ingest(StoreFixture::image(100, 40));
         QCOMPARE(QImage(store().thumbPath(store().items()[0])).size(), QSize(100, 40)); // never enlarged
-        store().ingest(image(10, 2000));
+        store().ingest(StoreFixture::image(10, 2000));
         QCOMPARE(QImage(store().thumbPath(store().items()[0])).size(), QSize(2, 320));
     }
 
@@ -338,7 +324,7 @@ private slots:
             store().ingest(StoreFixture::text(t, t));
         store().togglePin(store().items()[0].id); // d
         store().togglePin(store().items()[2].id); // b
-        store().ingest(image(5, 5));
+        store().ingest(StoreFixture::image(5, 5));
         const ClipItem img = store().items()[0];
         store().clear(true);
         QCOMPARE(texts(), QStringList({"d", "b"}));

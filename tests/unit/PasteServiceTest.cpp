@@ -47,16 +47,6 @@ class PasteServiceTest : public QObject {
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(bytes);
     }
-    static QByteArray png()
-    {
-        QImage image(6, 4, QImage::Format_RGB32);
-        image.fill(Qt::blue);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "PNG");
-        return bytes;
-    }
     QStringList formats() const { return clipboard->contents() ? clipboard->contents()->formats() : QStringList(); }
     QByteArray data(const QString &format) const { return clipboard->contents()->data(format); }
     // The previous contents: an application that offers several types.
@@ -293,10 +283,10 @@ private slots:
         item.id = QUuid::createUuid();
         item.kind = ClipKind::image;
         item.hasImage = true;
-        writeBlob(item, "png", png());
+        writeBlob(item, "png", StoreFixture::encodedImage(6, 4));
         service->write(item, false, false);
         QCOMPARE(formats(), (QStringList{QStringLiteral("image/png"), QStringLiteral("image/tiff")}));
-        QCOMPARE(data(QStringLiteral("image/png")), png());
+        QCOMPARE(data(QStringLiteral("image/png")), StoreFixture::encodedImage(6, 4));
         const QImage tiff = QImage::fromData(data(QStringLiteral("image/tiff")), "TIFF");
         QCOMPARE(tiff.size(), QSize(6, 4));
         const QByteArray tiffBytes = data(QStringLiteral("image/tiff"));

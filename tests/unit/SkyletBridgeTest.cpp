@@ -119,20 +119,6 @@ QByteArray hostInfo(const std::optional<QString> &lang)
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-ClipCapture imageCapture(int w, int h)
-{
-    QImage image(w, h, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    ClipCapture c;
-    c.kind = ClipKind::image;
-    c.imageData = png;
-    return c;
-}
-
 QStringList titles(const WidgetMessage &state)
 {
     QStringList list;
@@ -335,7 +321,7 @@ private slots:
         file.fileURLs = QStringList{"/home/u/report.pdf"};
         f->store->ingest(file);
         f->clock.advance(10);
-        f->store->ingest(imageCapture(4, 3));
+        f->store->ingest(StoreFixture::image(4, 3));
         ClipCapture colour;
         colour.kind = ClipKind::color;
         colour.colorHex = QStringLiteral("#112233");
