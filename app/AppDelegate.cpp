@@ -5,8 +5,17 @@
 #include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/HistoryStore.h"
+#include "cloud/CloudAccount.h"
+#include "cloud/CloudSync.h"
+#include "cloud/KeychainStore.h"
+#include "diagnostics/CrashReporter.h"
+#include "diagnostics/ImproveReporter.h"
+#include "diagnostics/TesterMode.h"
 #include "l10n/L10n.h"
+#include "onboarding/OnboardingWindowController.h"
 #include "palette/PaletteController.h"
+#include "app/UpdaterController.h"
+#include "settings/SettingsWindowController.h"
 #include "platform/GlobalHotKey.h"
 #include "platform/DefaultsStore.h"
 
@@ -32,13 +41,30 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     L10n::shared().bootstrap();
     m_statusItem = new StatusItemController(m_settings, this);
+    m_statusItem->onShowSettings = [] { SettingsWindowController::shared().show(std::nullopt); };
+    m_statusItem->onShowOnboarding = [] { OnboardingWindowController::shared().show(false); };
+    if (UpdaterController::hasFeed())
+        m_statusItem->onCheckForUpdates = [] { UpdaterController::shared().checkForUpdates(); };
     ClipboardMonitor::shared().start();
 
     GlobalHotKey &hotKey = GlobalHotKey::shared();
     hotKey.onTrigger = [] { PaletteController::shared().toggle(QStringLiteral("hotkey")); };
     hotKey.registerHotKey(GlobalHotKey::defaultKey, GlobalHotKey::defaultModifiers);
 
+    OnboardingWindowController::shared().showAtLaunchIfDue();
+    if (UpdaterController::hasFeed())
+        UpdaterController::shared().start();
+
     SkyletBridge::shared().start();
+    CloudAccount::shared().start();
+    CloudSync::shared().start();
+
+    CrashReporter::shared().start();
+    ImproveReporter &improve = ImproveReporter::shared();
+    improve.tokenProvider = [] { return KeychainStore::shared().get(KeychainItem::token); };
+    improve.start();
+    improve.record(QStringLiteral("app.env"), m_settings.environmentProps());
+    TesterMode::shared().start();
 
     // Hourly prune; the store also prunes once when it loads.
     m_pruneTimer.setInterval(3600 * 1000);
@@ -52,4 +78,11 @@ void AppDelegate::applicationWillTerminate()
     if (m_settings.clearOnQuit())
         store.clear(true);
     store.saveNow();
+    ImproveReporter::shared().flushNow(true); // waits at most 2 seconds
+}
+
+void AppDelegate::handleURL(const QUrl &url)
+{
+    if (url.isValid() && CloudAccount::shared().handleCallback(url))
+        SettingsWindowController::shared().show(SettingsTab::account);
 }

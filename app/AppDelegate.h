@@ -2,6 +2,7 @@
 // Part 2.1: starts the long-lived services in their launch order and flushes the history at quit.
 #include <QObject>
 #include <QTimer>
+#include <QUrl>
 
 class AppSettings;
 class DefaultsStore;
@@ -18,6 +19,8 @@ public:
 
     void applicationDidFinishLaunching();
     void applicationWillTerminate();
+    // A stashwell:// URL handed over by a second process: a completed sign-in shows the account.
+    void handleURL(const QUrl &url);
 
 private:
     AppSettings &m_settings;

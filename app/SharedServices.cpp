@@ -7,6 +7,13 @@
 #include "capture/HistoryStore.h"
 #include "common/Clock.h"
 #include "common/Paths.h"
+#include "diagnostics/AppMessageLog.h"
+#include "diagnostics/CrashReporter.h"
+#include "diagnostics/DebugLog.h"
+#include "diagnostics/DiagnosticsConfig.h"
+#include "diagnostics/ImproveReporter.h"
+#include "diagnostics/OwnProcessLog.h"
+#include "diagnostics/TesterMode.h"
 #include "l10n/FrameworkLanguage.h"
 #include "l10n/L10n.h"
 #include "palette/AppIconCache.h"
@@ -31,10 +38,12 @@ namespace {
 Q_LOGGING_CATEGORY(usageLog, "stashwell.usage", QtWarningMsg)
 Q_LOGGING_CATEGORY(bridgeLog, "stashwell.bridge", QtWarningMsg)
 
-// Usage events; the improvement reporter (Part 7.1) takes them over when it exists.
+// Usage events go to the improvement reporter (Part 7.1); QT_LOGGING_RULES=stashwell.usage.info=true
+// also shows them on standard error.
 void recordUsage(const QString &name, const QVariantMap &properties)
 {
     qCInfo(usageLog).noquote() << name << properties;
+    ImproveReporter::shared().record(name, properties);
 }
 
 // One clipboard for all: the counters the paste service registers must be the monitor's.
@@ -136,4 +145,169 @@ SkyletBridge &SkyletBridge::shared()
             [](const ClipItem &item) { PaletteController::shared().confirm(item, false, false); }, options);
     }();
     return *bridge;
+}
+
+// Part 7.1: the queue is cleared when statistics are switched off; the worker thread
+// re-reads the switch after each change (AppSettings emits before it writes).
+ImproveReporter &ImproveReporter::shared()
+{
+    static auto *reporter = [] {
+        auto *improve = new ImproveReporter(DefaultsStore::shared(), DiagnosticsConfig::serviceRoot(),
+                                            Paths::diagnosticsDir(), Clock::system());
+        AppSettings &settings = AppSettings::shared();
+        settings.discardUnsentStatistics = [improve] { improve->clearQueue(); };
+        QObject::connect(
+            &settings, &AppSettings::changed, improve,
+            [improve](const QString &key) {
+                if (key == QLatin1String("improveDataSharing"))
+                    improve->refreshEnabled();
+            },
+            Qt::QueuedConnection);
+        return improve;
+    }();
+    return *reporter;
+}
+
+// Part 7.2: crash files of earlier runs are delivered by start().
+CrashReporter &CrashReporter::shared()
+{
+    static auto *reporter =
+        new CrashReporter(DefaultsStore::shared(), DiagnosticsConfig::serviceRoot(), Paths::diagnosticsDir());
+    return *reporter;
+}
+
+// Part 7.3.
+DebugLog &DebugLog::shared()
+{
+    static auto *log = new DebugLog(Paths::diagnosticsDir(), Clock::system());
+    return *log;
+}
+
+TesterMode &TesterMode::shared()
+{
+    static auto *tester = [] {
+        AppMessageLog::install(); // in case the entry did not install it first
+        auto *systemLog = new OwnProcessLog(AppMessageLog::instance());
+        TesterModeOptions options;
+        options.exportUnifiedLog = [systemLog](const QDateTime &since) { return systemLog->exportSince(since); };
+        return new TesterMode(DefaultsStore::shared(), DebugLog::shared(), Clock::system(),
+                              DiagnosticsConfig::serviceRoot(), options);
+    }();
+    return *tester;
+}
+
+// Part 2.4: the status item over the shared services (the application delegate builds it).
+#include "app/StatusItemController.h"
+
+StatusItemController::StatusItemController(AppSettings &settings, QObject *parent)
+    : StatusItemController(HistoryStore::shared(), settings, L10n::shared(), PaletteController::shared(),
+                           ClearHistoryDialog::execute, parent)
+{
+}
+
+// Part 2.6: the appcast updater with its own dialog; the feed is the build's SUFeedURL.
+#include "app/UpdateDialog.h"
+#include "app/UpdaterController.h"
+#include "BuildInfo.h"
+
+UpdaterController &UpdaterController::shared()
+{
+    static auto *dialog = new UpdateDialog(L10n::shared());
+    static auto *updater = new UpdaterController(
+        DefaultsStore::shared(), Clock::system(),
+        {QUrl(QString::fromUtf8(BuildInfo::feedURL)), QString::fromUtf8(BuildInfo::buildNumber),
+         QString::fromUtf8(BuildInfo::version)},
+        *dialog);
+    return *updater;
+}
+
+// Part 6.3: the Secret Service (QtKeychain), service "com.norvane.Stashwell".
+// Parts 6.1, 6.2: the account and the sync share one HTTP session; the web-service root is
+// BuildInfo::serviceURL or $STASHWELL_SERVICE_URL (empty: sign-in is not available).
+#include "cloud/CloudAccount.h"
+#include "cloud/CloudSync.h"
+#include "cloud/KeychainStore.h"
+
+#include <QDesktopServices>
+#include <QNetworkAccessManager>
+
+namespace {
+
+QNetworkAccessManager &cloudNetwork()
+{
+    static auto *network = new QNetworkAccessManager;
+    return *network;
+}
+
+} // namespace
+
+KeychainStore &KeychainStore::shared()
+{
+    static auto *keychain = new KeychainStore;
+    return *keychain;
+}
+
+CloudAccount &CloudAccount::shared()
+{
+    static auto *account = new CloudAccount(KeychainStore::shared(), cloudNetwork(), DiagnosticsConfig::serviceRoot(),
+                                            [](const QUrl &url) { return QDesktopServices::openUrl(url); });
+    return *account;
+}
+
+CloudSync &CloudSync::shared()
+{
+    static auto *sync = new CloudSync(AppSettings::shared(), CloudAccount::shared(), KeychainStore::shared(),
+                                      DefaultsStore::shared(), cloudNetwork(), DiagnosticsConfig::serviceRoot());
+    return *sync;
+}
+
+
+// Parts 8.1 and 9.1: the settings window and the first-run guide.
+#include "app/ClearHistoryDialog.h"
+#include "onboarding/OnboardingWindowController.h"
+#include "platform/DesktopEntries.h"
+#include "settings/AccessibilityPermission.h"
+#include "settings/AppChooserDialog.h"
+#include "settings/SettingsAccount.h"
+#include "settings/SettingsRouter.h"
+#include "settings/SettingsWindowController.h"
+
+// One per process: the first grant press (settings or guide) prompts, later ones open the
+// desktop's accessibility settings. "Trusted" is XTest being present.
+AccessibilityGrant &AccessibilityGrant::shared()
+{
+    static auto *keys = new X11KeyPoster;
+    static auto *permission = new DesktopAccessibilityPermission(*keys, L10n::shared());
+    static auto *grant = new AccessibilityGrant(*permission);
+    return *grant;
+}
+
+SettingsWindowController &SettingsWindowController::shared()
+{
+    static auto *controller = [] {
+        auto *account = new CloudSettingsAccount(CloudAccount::shared(), CloudSync::shared());
+        std::optional<SettingsUpdater> updater;
+        if (UpdaterController::hasFeed())
+            updater = SettingsUpdater{
+                [] { UpdaterController::shared().checkForUpdates(); },
+                [] { return UpdaterController::shared().automaticallyChecksForUpdates(); },
+                [](bool on) { UpdaterController::shared().setAutomaticallyChecksForUpdates(on); }};
+        SettingsServices services{
+            AppSettings::shared(), L10n::shared(), HistoryStore::shared(), DesktopEntries::shared(),
+            AppIconCache::shared(), AccessibilityGrant::shared(), *account, updater,
+            [] { ClearHistoryDialog(HistoryStore::shared(), L10n::shared()).present(); },
+            [](QWidget *parent) {
+                return AppChooserDialog::choose(DesktopEntries::shared(), AppIconCache::shared(), L10n::shared(), parent);
+            },
+            [] { TesterMode::shared().registerClick(); }, PollTimers::qt(), QString::fromUtf8(BuildInfo::version)};
+        return new SettingsWindowController(services, SettingsRouter::shared());
+    }();
+    return *controller;
+}
+
+OnboardingWindowController &OnboardingWindowController::shared()
+{
+    static auto *guide =
+        new OnboardingWindowController(AppSettings::shared(), L10n::shared(), AccessibilityGrant::shared());
+    return *guide;
 }

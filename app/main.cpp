@@ -1,14 +1,33 @@
 // Process entry (Part 2.1): a tray agent with no window and no task-bar entry.
 #include "app/AppDelegate.h"
 #include "app/AppSettings.h"
+#include "app/CommandLine.h"
+#include "app/ShellCommands.h"
+#include "app/SingleInstance.h"
+#include "capture/HistoryStore.h"
 #include "l10n/FrameworkLanguage.h"
+#include "palette/PaletteController.h"
 #include "platform/DefaultsStore.h"
 #include "platform/UnixSignals.h"
 
 #include <QApplication>
+#include <QTextStream>
+#include <cstdio>
 
 int main(int argc, char *argv[])
 {
+    // Single instance, before the display is touched: a second process hands its command
+    // to the running one, prints the answer and ends here.
+    QTextStream out(stdout), err(stderr);
+    const CommandLine::Parsed parsed = CommandLine::parse(CommandLine::arguments(argc, argv));
+    if (!parsed.command) {
+        err << "stashwell: " << parsed.error << "\n\n" << CommandLine::usage();
+        return 2;
+    }
+    SingleInstance instance(SingleInstance::defaultSocketPath());
+    if (const auto exitCode = instance.claim(*parsed.command, out, err))
+        return *exitCode;
+
     AppDelegate::applyLanguageOverride(DefaultsStore::shared());
 
     QApplication app(argc, argv);
@@ -16,11 +35,22 @@ int main(int argc, char *argv[])
     QApplication::setOrganizationDomain(QStringLiteral("norvane.com"));
     QApplication::setDesktopFileName(QStringLiteral("com.norvane.Stashwell"));
     QApplication::setQuitOnLastWindowClosed(false);
+    if (!instance.listen()) {
+        err << "stashwell: another Stashwell took over the socket " << instance.socketPath() << "\n";
+        return 1;
+    }
     UnixSignals::quitOnTermination();
     FrameworkLanguage::shared().installAtLaunch(DefaultsStore::shared()); // needs the application object
 
     AppDelegate delegate(AppSettings::shared());
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
     delegate.applicationDidFinishLaunching();
+
+    ShellCommands commands(HistoryStore::shared(), AppSettings::shared(), PaletteController::shared(),
+                           {[&delegate](const QUrl &url) { delegate.handleURL(url); },
+                            [] { QCoreApplication::quit(); }});
+    instance.setHandler([&commands](const ShellCommand &command) { return commands.run(command); });
+    if (parsed.command->kind != ShellCommand::Kind::launch)
+        commands.run(*parsed.command); // `stashwell toggle` (or a URL) that started this instance
     return app.exec();
 }

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QMap>
 #include <QThread>
 #include <csignal>
 
@@ -49,6 +50,8 @@ XSession::XSession()
     if (!serving)
         return;
     startDaemon(m_wm, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    // The first-run guide is a test of its own; elsewhere it would take the focus.
+    setDefaults({{"onboardingCompleted", true}});
     // openbox is up once it owns the window-manager selection.
     m_up = waitFor([&] { return !run(QStringLiteral("xprop"), {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("not found"); },
                    10000);
@@ -228,4 +231,121 @@ QProcess *XSession::startZenityEntry()
 void XSession::screenshot(const QString &path) const
 {
     run(QStringLiteral(STASHWELL_SCREENSHOT), {path});
+}
+
+int XSession::waitForStashwellCrash(int timeoutMs)
+{
+    if (!m_app || !m_app->waitForFinished(timeoutMs))
+        return 0;
+    m_stderr += m_app->readAllStandardError();
+    const int signal = m_app->exitStatus() == QProcess::CrashExit ? m_app->exitCode() : 0;
+    m_app.reset(); // ended: nothing left to stop
+    return signal;
+}
+
+bool XSession::startTray()
+{
+    // trayer (GTK) now and then fails to come up on a fresh server: give it a few tries.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        auto *tray = new QProcess;
+        tray->setProcessEnvironment(environment());
+        tray->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        tray->setStandardOutputFile(QProcess::nullDevice());
+        tray->start(QStringLiteral("trayer"), {"--edge", "top", "--align", "right", "--widthtype", "request",
+                                              "--height", "28", "--SetDockType", "true", "--SetPartialStrut", "false",
+                                              "--transparent", "false", "--tint", "0x2b2b2b", "--expand", "true"});
+        m_clients << tray;
+        const bool up = tray->waitForStarted(5000) && waitFor([&] {
+            return tray->state() != QProcess::Running
+                || !run(QStringLiteral("xdotool"), {"search", "--class", "trayer"}).trimmed().isEmpty();
+        }, 8000);
+        if (up && tray->state() == QProcess::Running)
+            return true;
+        tray->kill();
+        tray->waitForFinished(1000);
+    }
+    return false;
+}
+
+namespace {
+
+// `xdotool getwindowgeometry --shell`: X, Y (on the screen), WIDTH, HEIGHT.
+QMap<QString, int> geometryOf(const XSession &x, const QString &window)
+{
+    QMap<QString, int> values;
+    const QByteArray shell = x.run(QStringLiteral("xdotool"), {"getwindowgeometry", "--shell", window});
+    for (const QByteArray &line : shell.split('\n'))
+        if (line.contains('='))
+            values.insert(QString::fromLatin1(line.left(line.indexOf('='))), line.mid(line.indexOf('=') + 1).toInt());
+    return values;
+}
+
+constexpr int trayIconMaxSide = 64;
+
+} // namespace
+
+QString XSession::stashwellTrayIcon() const
+{
+    if (!m_app)
+        return {};
+    const QByteArray ids =
+        run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
+    for (const QByteArray &id : ids.split('\n')) {
+        const auto g = geometryOf(*this, QString::fromLatin1(id.trimmed()));
+        if (!id.trimmed().isEmpty() && g.value("WIDTH") <= trayIconMaxSide && g.value("HEIGHT") <= trayIconMaxSide)
+            return QString::fromLatin1(id.trimmed());
+    }
+    return {};
+}
+
+QPoint XSession::stashwellTrayIconCentre() const
+{
+    const auto g = geometryOf(*this, stashwellTrayIcon());
+    return {g.value("X") + g.value("WIDTH") / 2, g.value("Y") + g.value("HEIGHT") / 2};
+}
+
+bool XSession::stashwellHasVisiblePopup() const
+{
+    if (!m_app)
+        return false;
+    const QByteArray ids =
+        run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
+    for (const QByteArray &id : ids.split('\n')) {
+        if (id.trimmed().isEmpty())
+            continue;
+        const auto g = geometryOf(*this, QString::fromLatin1(id.trimmed()));
+        if (g.value("WIDTH") > trayIconMaxSide || g.value("HEIGHT") > trayIconMaxSide)
+            return true;
+    }
+    return false;
+}
+
+XSession::Run XSession::runStashwellCommand(const QStringList &args, const QStringList &extraEnv) const
+{
+    QProcess p;
+    QProcessEnvironment env = environment();
+    for (const QString &pair : extraEnv)
+        env.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
+    p.setProcessEnvironment(env);
+    p.start(QStringLiteral(STASHWELL_BIN), args);
+    p.closeWriteChannel();
+    Run result;
+    if (!p.waitForFinished(15000))
+        p.kill();
+    result.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    result.out = p.readAllStandardOutput();
+    result.err = p.readAllStandardError();
+    return result;
+}
+
+int XSession::waitForStashwellExit(int timeoutMs)
+{
+    if (!m_app)
+        return -1;
+    if (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(timeoutMs))
+        return -1;
+    m_stderr += m_app->readAllStandardError();
+    const int code = m_app->exitStatus() == QProcess::NormalExit ? m_app->exitCode() : -1;
+    m_app.reset(); // ended: nothing left to stop
+    return code;
 }

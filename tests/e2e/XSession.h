@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QPoint>
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
@@ -48,6 +49,27 @@ public:
     // A zenity entry dialog, the paste target; its standard output is what was entered.
     QProcess *startZenityEntry();
     void screenshot(const QString &path) const;
+    // Waits for stashwell to end by itself; the signal that ended it (0 when it exited or is still running).
+    int waitForStashwellCrash(int timeoutMs);
+    QString diagnosticsDir() const { return dataDir() + QStringLiteral("/com.norvane.Stashwell"); }
+
+    // A system tray (trayer, XEmbed) docked at the top right; start it before stashwell so
+    // that its tray icon embeds. True once the tray's window is up.
+    bool startTray();
+    // The embedded tray icon window of stashwell ("" until it docked) and its centre on screen.
+    QString stashwellTrayIcon() const;
+    QPoint stashwellTrayIconCentre() const;
+    // A visible stashwell window other than its tray icon (the palette, a menu, a dialog).
+    bool stashwellHasVisiblePopup() const;
+    // A second `stashwell` process with these arguments, run to completion.
+    struct Run {
+        int exitCode = -1;
+        QByteArray out, err;
+    };
+    Run runStashwellCommand(const QStringList &args, const QStringList &extraEnv = {}) const;
+    // Waits for stashwell to end by itself (`stashwell quit`): its exit code, -1 after a
+    // crash or when it still runs (then it keeps running).
+    int waitForStashwellExit(int timeoutMs);
 
 private:
     void startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args);

@@ -1,0 +1,13 @@
+#pragma once
+// Part 2.4 `showAbout`: the standard about panel: icon, "Stashwell", version and build.
+#include <QPointer>
+
+class L10n;
+class QMessageBox;
+
+namespace AboutPanel {
+// Opens the panel, or brings the open one to the front; it is not modal.
+QMessageBox *show(L10n &l10n);
+// "Version 0.1.0 (1)" in the current language.
+QString versionLine(L10n &l10n);
+}

@@ -1,0 +1,34 @@
+#pragma once
+// What the running instance does with a command from the command line (SingleInstance),
+// or with the command it was itself started with.
+#include "app/SingleInstance.h"
+
+#include <QList>
+#include <functional>
+
+class AppSettings;
+class HistoryStore;
+class PaletteController;
+struct ClipItem;
+
+class ShellCommands {
+public:
+    struct Actions {
+        std::function<void(const QUrl &)> openURL; // the URL callback route of Part 2.1
+        std::function<void()> quit;                 // called after the reply is on its way
+    };
+
+    ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette, Actions actions);
+
+    ShellReply run(const ShellCommand &command);
+
+    // `stashwell list`: "<position>\t<title>" per entry, in stored order (newest first,
+    // pinned entries not lifted), the numbering `paste N` uses. Titles are one line each.
+    static QString listing(const QList<ClipItem> &items);
+
+private:
+    HistoryStore &m_store;
+    AppSettings &m_settings;
+    PaletteController &m_palette;
+    Actions m_actions;
+};

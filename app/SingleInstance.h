@@ -1,0 +1,74 @@
+#pragma once
+// One Stashwell per user and display (PLATFORM.md "Open-URL Apple event, URL scheme"): the
+// first process listens on a private local socket; a later one hands its command over it,
+// prints the answer and exits. One JSON request line in, one JSON reply line out.
+#include "app/CommandLine.h"
+
+#include <QLockFile>
+#include <QObject>
+#include <QPointer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QLocalServer;
+class QLocalSocket;
+class QTextStream;
+
+struct ShellReply {
+    bool ok = true;
+    QString output; // printed by the second process: to stdout when ok, else to stderr
+
+    QByteArray toLine() const;
+    static std::optional<ShellReply> fromLine(const QByteArray &line);
+    bool operator==(const ShellReply &) const = default;
+};
+
+class SingleInstance : public QObject {
+    Q_OBJECT
+public:
+    using Handler = std::function<ShellReply(const ShellCommand &)>;
+
+    // Bad peers are cut off: a request line longer than this, more clients than this at
+    // once, or a client that has not finished within the time-out.
+    static constexpr qsizetype maxRequestBytes = 16 * 1024;
+    static constexpr int maxClients = 16;
+    static constexpr int clientTimeoutMs = 5000;
+
+    // `socketPath`: an absolute path; see defaultSocketPath().
+    explicit SingleInstance(const QString &socketPath, QObject *parent = nullptr);
+    ~SingleInstance() override;
+
+    // $XDG_RUNTIME_DIR/stashwell-<uid>-<display>.sock (else a private directory in /tmp).
+    static QString defaultSocketPath();
+
+    // The start of main(), before the application object: help and version are answered
+    // here; any other command goes to the running instance when there is one. Returns the
+    // exit code when this process is done; nullopt when it is to become the running
+    // instance: it then holds a lock until listen(), so that two processes started together
+    // cannot both start.
+    std::optional<int> claim(const ShellCommand &command, QTextStream &out, QTextStream &err);
+
+    // Client side: the running instance's reply, nullopt when no instance listens.
+    std::optional<ShellReply> forward(const ShellCommand &command, int timeoutMs = 5000) const;
+
+    // Server side, once the application object exists: takes the socket (true), unless a
+    // live instance holds it. Requests that arrive before setHandler wait for it.
+    bool listen();
+    void setHandler(Handler handler);
+    bool isListening() const;
+    QString socketPath() const { return m_path; }
+
+signals:
+    void clientRejected(const QString &why); // diagnostics and tests
+
+private:
+    void acceptClients();
+    void serve(QLocalSocket *socket);
+
+    QString m_path;
+    QLocalServer *m_server = nullptr;
+    Handler m_handler;
+    int m_clients = 0;
+    std::unique_ptr<QLockFile> m_lock;
+};

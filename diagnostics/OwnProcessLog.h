@@ -1,0 +1,32 @@
+#pragma once
+// Part 7.3's unified-log export on Linux (PLATFORM.md): the journal entries of this process
+// where a journal exists, else the application's own message log. Lines keep the Part's
+// format: "<ISO 8601 date> [<category>] <message>".
+#include <QDateTime>
+#include <QString>
+
+class AppMessageLog;
+
+class OwnProcessLog {
+public:
+    struct Options {
+        QString journalctl = QStringLiteral("journalctl");
+        QString journalSocket = QStringLiteral("/run/systemd/journal/socket"); // journald is running
+        qint64 pid = 0;        // 0: this process
+        int timeoutMs = 5000;  // journalctl is given this long
+    };
+    OwnProcessLog(AppMessageLog &messages, Options options);
+    OwnProcessLog(AppMessageLog &messages);
+
+    // Runs journalctl (blocking): call it off the main thread.
+    QString exportSince(const QDateTime &since) const;
+
+    // One `journalctl -o short-iso` line: "<date> <host> <identifier>[<pid>]: <message>".
+    static QString fromShortIso(const QString &line);
+
+private:
+    bool journalExists() const;
+
+    AppMessageLog &m_messages;
+    Options m_options;
+};

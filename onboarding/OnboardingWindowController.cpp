@@ -1,0 +1,135 @@
+#include "onboarding/OnboardingWindowController.h"
+
+#include "app/AppSettings.h"
+#include "l10n/L10n.h"
+#include "onboarding/OKRootView.h"
+#include "onboarding/OKViews.h"
+#include "settings/AccessibilityPermission.h"
+
+#include <QVBoxLayout>
+
+namespace {
+
+QWidget *column(std::initializer_list<QWidget *> widgets, int spacing = 18)
+{
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(spacing);
+    for (QWidget *widget : widgets)
+        layout->addWidget(widget);
+    return page;
+}
+
+} // namespace
+
+OnboardingWindowController::OnboardingWindowController(AppSettings &settings, L10n &l10n,
+                                                       AccessibilityGrant &accessibility,
+                                                       OnboardingKitController::Options options, QObject *parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_l10n(l10n)
+    , m_accessibility(accessibility)
+    , m_options(std::move(options))
+{
+    connect(&l10n, &L10n::languageChanged, this, [this] {
+        if (m_kit && m_kit->rootView())
+            m_kit->rootView()->refresh();
+    }, Qt::QueuedConnection);
+}
+
+QString OnboardingWindowController::text(const char *key) const { return m_l10n.string(QString::fromLatin1(key)); }
+
+void OnboardingWindowController::show(bool startAtPermissions)
+{
+    if (!m_kit) {
+        m_kit = new OnboardingKitController(m_options, this);
+        m_kit->makeSteps = [this] { return makeSteps(); };
+        m_kit->strings = [this] { return strings(); };
+        m_kit->onCompleted = [this] { complete(); };
+        m_kit->onClosedByUser = [this] { complete(); };
+    }
+    m_kit->show(startAtPermissions);
+}
+
+bool OnboardingWindowController::showAtLaunchIfDue()
+{
+    if (OnboardingKitEnv::forced({}, m_options.environment) || !m_settings.onboardingCompleted()) {
+        show(false);
+        return true;
+    }
+    if (!m_accessibility.isTrusted()) {
+        show(true);
+        return true;
+    }
+    return false;
+}
+
+void OnboardingWindowController::complete()
+{
+    m_settings.setOnboardingCompleted(true);
+    if (m_kit) {
+        m_kit->deleteLater(); // we may be inside one of its calls; the next show builds a fresh one
+        m_kit = nullptr;
+    }
+}
+
+OKStrings OnboardingWindowController::strings()
+{
+    return {[this] { return text("onb.continue"); }, [this] { return text("onb.start"); },
+            [this] { return text("onb.waiting"); }, [this] { return text("onb.skipPerm"); },
+            [this] { return text("common.back"); }};
+}
+
+QList<OKStep> OnboardingWindowController::makeSteps()
+{
+    OKStep welcome;
+    welcome.kind = OKStep::Kind::welcome;
+    welcome.content = [this] {
+        return column({new OKWelcomeHeader(QStringLiteral("Stashwell"), text("onb.welcomeBody"))});
+    };
+
+    OKStep permissions;
+    permissions.kind = OKStep::Kind::permissions;
+    permissions.skippable = true;
+    permissions.requiredGranted = [this] { return m_accessibility.isTrusted(); };
+    permissions.content = [this] {
+        return column({new OKStepHeader(text("onb.permTitle"), text("onb.permBody")),
+                       new OKPermissionRow(QStringLiteral("lock.shield.fill"), text("perm.ax"), text("perm.axWhy"),
+                                           [this] { return m_accessibility.isTrusted(); }, text("common.grant"),
+                                           text("common.granted"), [this] { m_accessibility.press(); })},
+                      22);
+    };
+
+    OKStep tutorial;
+    tutorial.kind = OKStep::Kind::tutorial;
+    tutorial.content = [this] {
+        auto *hints = new QWidget;
+        auto *rows = new QVBoxLayout(hints);
+        rows->setContentsMargins(4, 0, 4, 0);
+        rows->setSpacing(10);
+        // PLATFORM.md Keys: ⌘⇧V is Super+Shift+V, ⌘ is Ctrl, ⌥ is Alt; ↩ stays.
+        rows->addWidget(new OKHintRow({QStringLiteral("Super"), QStringLiteral("Shift"), QStringLiteral("V")},
+                                      text("onb.tutOpen")));
+        rows->addWidget(new OKHintRow({QStringLiteral("↩")}, text("onb.tutPaste")));
+        rows->addWidget(new OKHintRow({QStringLiteral("Alt"), QStringLiteral("↩")}, text("onb.tutPlain")));
+        rows->addWidget(new OKHintRow({QStringLiteral("Ctrl"), QStringLiteral("P")}, text("onb.tutPin")));
+        return column({new OKStepHeader(text("onb.tutTitle"), text("onb.tutBody")),
+                       new OKDemoCanvas(132, text("palette.searchPlaceholder")), hints});
+    };
+
+    OKStep consent;
+    consent.kind = OKStep::Kind::consent;
+    consent.content = [this] {
+        auto *improve = new OKConsentRow(text("onb.improveTitle"), text("onb.improveBody"),
+                                         m_settings.improveDataSharing(),
+                                         [this](bool on) { m_settings.setImproveDataSharing(on); });
+        improve->toggle()->setObjectName(QStringLiteral("improveDataSharing"));
+        auto *crash = new OKConsentRow(text("onb.crashTitle"), text("onb.crashBody"), m_settings.crashReportingEnabled(),
+                                       [this](bool on) { m_settings.setCrashReportingEnabled(on); });
+        crash->toggle()->setObjectName(QStringLiteral("crashReportingEnabled"));
+        return column({new OKReadyHeader(text("onb.readyTitle")), improve, crash}, 12);
+    };
+
+    return {welcome, permissions, tutorial, consent};
+}

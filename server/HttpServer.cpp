@@ -1,0 +1,33 @@
+#include "server/HttpServer.h"
+
+#include "server/HttpConnection.h"
+
+#include <QTcpSocket>
+
+HttpServer::HttpServer(Options options, Handler handler, QObject *parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_handler(std::move(handler))
+{
+    m_server.setMaxPendingConnections(64);
+    connect(&m_server, &QTcpServer::newConnection, this, &HttpServer::acceptPending);
+}
+
+bool HttpServer::listen(const QHostAddress &address, quint16 port)
+{
+    return m_server.listen(address, port);
+}
+
+void HttpServer::acceptPending()
+{
+    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+        if (m_open >= m_options.maxConnections) {
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        ++m_open;
+        auto *connection = new HttpConnection(socket, m_options, m_handler, this);
+        connect(connection, &HttpConnection::closed, this, [this] { --m_open; });
+    }
+}

@@ -1,0 +1,20 @@
+#pragma once
+#include "server/HttpRequest.h"
+#include "server/HttpResponse.h"
+#include "server/ServerStore.h"
+
+class Router;
+
+// Part 6.2's endpoint /api/sync/stashwell: one opaque blob per account with a version
+// that grows by one on every accepted PUT; a PUT based on another version is a 409.
+class SyncEndpoints {
+public:
+    explicit SyncEndpoints(ServerStore &store);
+    void registerRoutes(Router &router);
+
+    HttpResponse get(const HttpRequest &request);
+    HttpResponse put(const HttpRequest &request);
+
+private:
+    ServerStore &m_store;
+};

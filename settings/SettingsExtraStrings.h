@@ -1,0 +1,20 @@
+#pragma once
+// The few texts the Linux settings window needs beyond the catalogue of Part 2.5 (whose keys
+// are exactly the spec's): the application chooser that stands in for the macOS open panel,
+// and the account tab's notice while no web service is configured. Fourteen languages, like
+// the catalogue; looked up in L10n's current language.
+#include "l10n/AppLanguage.h"
+
+#include <QString>
+
+namespace SettingsExtraStrings {
+
+enum class Key {
+    signInUnavailable, // "Sign-in is not available: this build has no web service configured."
+    chooseApps,        // "Choose Applications"
+    searchApps,        // "Search applications"
+};
+
+QString text(Key key, AppLanguage language);
+
+} // namespace SettingsExtraStrings

@@ -1,0 +1,45 @@
+#pragma once
+// What the settings window works on: the settings store and the other Parts' services, each
+// as a reference or a callback, so that tests build the window over fakes.
+#include <QStringList>
+#include <functional>
+#include <optional>
+
+#include "settings/PollTimer.h"
+
+class AccessibilityGrant;
+class AppIconCache;
+class AppSettings;
+class DesktopEntries;
+class HistoryStore;
+class L10n;
+class QWidget;
+class SettingsAccount;
+
+// The updater of Part 2.6; present only when the build declares a feed (SUFeedURL).
+struct SettingsUpdater {
+    std::function<void()> checkNow;
+    std::function<bool()> automaticChecks;
+    std::function<void(bool)> setAutomaticChecks;
+};
+
+struct SettingsServices {
+    AppSettings &settings;
+    L10n &l10n;
+    HistoryStore &store;
+    const DesktopEntries &apps;  // installed applications: names of excluded apps
+    AppIconCache &icons;         // and their icons
+    AccessibilityGrant &accessibility;
+    SettingsAccount &account;
+    std::optional<SettingsUpdater> updater;
+    // The clear-history question of Part 2.4 (asks, then clears).
+    std::function<void()> clearHistory;
+    // "Add App…": the desktop-entry IDs the user chose, in order (empty when cancelled).
+    std::function<QStringList(QWidget *parent)> chooseApps;
+    // Every click on the sidebar's application icon (TesterModeIcon, Part 7.3).
+    std::function<void()> onIconClicked;
+    // The permissions tab's one-second polling.
+    PollTimerFactory timers = PollTimers::qt();
+    // The version shown by the about tab (CFBundleShortVersionString).
+    QString version;
+};

@@ -1,0 +1,52 @@
+#pragma once
+// Part 8.1 `SettingsWindowController`: the one settings window, built on the first show(),
+// dropped when closed (the next show builds a fresh one; the router keeps the tab).
+#include "settings/SettingsServices.h"
+#include "settings/SettingsTab.h"
+#include "settings/SettingsView.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+#include <optional>
+
+class SettingsRouter;
+
+// The top-level window; reports its closing so the controller can drop it at once.
+class SettingsWindow : public QWidget {
+    Q_OBJECT
+public:
+    using QWidget::QWidget;
+
+signals:
+    void closing();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+};
+
+class SettingsWindowController : public QObject {
+    Q_OBJECT
+public:
+    static constexpr QSize contentSize{760, 520};
+    static constexpr QSize minimumSize{720, 480};
+
+    SettingsWindowController(SettingsServices services, SettingsRouter &router, QObject *parent = nullptr);
+    static SettingsWindowController &shared();
+
+    // Selects `tab` when given, builds the window if needed and brings it to the front.
+    void show(std::optional<SettingsTab> tab = std::nullopt);
+    // Present from the first show until the window is closed.
+    QWidget *window() const { return m_window; }
+    SettingsView *view() const { return m_view; }
+    SettingsServices &services() { return m_services; }
+
+private:
+    void createWindow();
+    void windowWillClose();
+
+    SettingsServices m_services;
+    SettingsRouter &m_router;
+    QPointer<SettingsWindow> m_window;
+    QPointer<SettingsView> m_view;
+};
