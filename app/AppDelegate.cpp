@@ -1,7 +1,9 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppSettings.h"
+#include "app/QuitShortcut.h"
 #include "app/StatusItemController.h"
+#include "app/UpdaterController.h"
 #include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
 #include "capture/HistoryStore.h"
@@ -14,11 +16,11 @@
 #include "l10n/L10n.h"
 #include "onboarding/OnboardingWindowController.h"
 #include "palette/PaletteController.h"
-#include "app/UpdaterController.h"
 #include "settings/SettingsWindowController.h"
-#include "platform/GlobalHotKey.h"
 #include "platform/DefaultsStore.h"
+#include "platform/GlobalHotKey.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 
 AppDelegate::AppDelegate(AppSettings &settings, QObject *parent)
@@ -40,6 +42,7 @@ void AppDelegate::applyLanguageOverride(DefaultsStore &defaults)
 void AppDelegate::applicationDidFinishLaunching()
 {
     L10n::shared().bootstrap();
+    installEditMenu();
     m_statusItem = new StatusItemController(m_settings, this);
     m_statusItem->onShowSettings = [] { SettingsWindowController::shared().show(std::nullopt); };
     m_statusItem->onShowOnboarding = [] { OnboardingWindowController::shared().show(false); };
@@ -70,6 +73,11 @@ void AppDelegate::applicationDidFinishLaunching()
     m_pruneTimer.setInterval(3600 * 1000);
     connect(&m_pruneTimer, &QTimer::timeout, this, [] { HistoryStore::shared().prune(); });
     m_pruneTimer.start();
+}
+
+void AppDelegate::installEditMenu()
+{
+    new QuitShortcut(*QCoreApplication::instance(), [] { QCoreApplication::quit(); });
 }
 
 void AppDelegate::applicationWillTerminate()

@@ -23,6 +23,9 @@ public:
     void handleURL(const QUrl &url);
 
 private:
+    // The main menu's quit key (QuitShortcut); Qt's text fields bind the editing keys.
+    void installEditMenu();
+
     AppSettings &m_settings;
     StatusItemController *m_statusItem = nullptr;
     QTimer m_pruneTimer;

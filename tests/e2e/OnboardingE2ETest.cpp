@@ -1,0 +1,83 @@
+// End to end, Part 2.1 launch step 6 and Part 9.1: the first start shows the guide, closing
+// it marks it completed, a later start shows nothing (Xvfb has XTest, so paste is granted),
+// and NORVANE_ONBOARDING=1 brings it back. Ctrl+Q in the guide quits (Part 2.1's main menu).
+#include "e2e/XSession.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+class OnboardingE2ETest : public QObject {
+    Q_OBJECT
+    std::unique_ptr<XSession> x;
+
+    // The guide's window ("Stashwell"), "" while none is shown.
+    QString guideWindow() const
+    {
+        return QString::fromLatin1(x->run(QStringLiteral("xdotool"),
+                                          {"search", "--onlyvisible", "--pid",
+                                           QString::number(x->stashwell()->processId()), "--name", "^Stashwell$"})
+                                       .trimmed());
+    }
+    // The guide is up and the active window, ready for the keyboard.
+    bool guideInFront() const
+    {
+        for (int waited = 0; waited < 5000; waited += 50) {
+            const QString guide = guideWindow();
+            if (!guide.isEmpty() && x->activeWindow().toULongLong(nullptr, 0) == guide.toULongLong())
+                return true;
+            QTest::qWait(50);
+        }
+        return false;
+    }
+    QJsonValue storedCompleted() const
+    {
+        QFile file(x->defaultsFile());
+        file.open(QIODevice::ReadOnly);
+        return QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("onboardingCompleted"));
+    }
+
+private slots:
+    void init()
+    {
+        x = std::make_unique<XSession>();
+        QVERIFY(x->isUp());
+    }
+    void cleanup() { x.reset(); }
+
+    void theFirstStartShowsTheGuideAndClosingItCompletesIt()
+    {
+        x->setDefaults({{QStringLiteral("onboardingCompleted"), false}});
+        QVERIFY(x->startStashwell());
+        QVERIFY(guideInFront());
+
+        x->run(QStringLiteral("xdotool"), {"key", "--window", guideWindow(), "alt+F4"}); // openbox: close
+        QTRY_VERIFY_WITH_TIMEOUT(guideWindow().isEmpty(), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(storedCompleted(), QJsonValue(true), 5000); // saved after the debounce
+        QCOMPARE(x->stopStashwell(), 0);
+
+        QVERIFY(x->startStashwell());
+        QTest::qWait(2000); // the launch is over; nothing may appear
+        QVERIFY(guideWindow().isEmpty());
+        QVERIFY(!x->stashwellHasVisiblePopup());
+    }
+
+    void norvaneOnboardingForcesTheGuide()
+    {
+        QVERIFY(x->startStashwell({QStringLiteral("NORVANE_ONBOARDING=1")}));
+        QTRY_VERIFY_WITH_TIMEOUT(!guideWindow().isEmpty(), 5000);
+        QCOMPARE(storedCompleted(), QJsonValue(true)); // completed before, and it stays so
+    }
+
+    void ctrlQInTheGuideQuits() // Part 2.1's quit key (QuitShortcut)
+    {
+        QVERIFY(x->startStashwell({QStringLiteral("NORVANE_ONBOARDING=1")}));
+        QVERIFY(guideInFront());
+        x->run(QStringLiteral("xdotool"), {"key", "ctrl+q"});
+        QCOMPARE(x->waitForStashwellExit(5000), 0);
+    }
+};
+
+QTEST_MAIN(OnboardingE2ETest)
+#include "OnboardingE2ETest.moc"
