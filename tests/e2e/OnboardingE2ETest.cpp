@@ -23,7 +23,7 @@ class OnboardingE2ETest : public QObject {
     // The guide is up and the active window, ready for the keyboard.
     bool guideInFront() const
     {
-        for (int waited = 0; waited < 5000; waited += 50) {
+        for (int waited = 0; waited < 10000; waited += 50) {
             const QString guide = guideWindow();
             if (!guide.isEmpty() && x->activeWindow().toULongLong(nullptr, 0) == guide.toULongLong())
                 return true;
@@ -66,7 +66,7 @@ private slots:
     void norvaneOnboardingForcesTheGuide()
     {
         QVERIFY(x->startStashwell({QStringLiteral("NORVANE_ONBOARDING=1")}));
-        QTRY_VERIFY_WITH_TIMEOUT(!guideWindow().isEmpty(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!guideWindow().isEmpty(), 10000);
         QCOMPARE(storedCompleted(), QJsonValue(true)); // completed before, and it stays so
     }
 

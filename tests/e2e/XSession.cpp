@@ -159,8 +159,8 @@ int XSession::stopStashwell()
 {
     if (!m_app)
         return -1;
-    ::kill(pid_t(m_app->processId()), SIGTERM);
-    if (!m_app->waitForFinished(10000))
+    m_app->terminate(); // SIGTERM; nothing when it has ended already (no kill(0, ...))
+    if (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(10000))
         m_app->kill();
     m_stderr += m_app->readAllStandardError();
     const int code = m_app->exitStatus() == QProcess::NormalExit ? m_app->exitCode() : -1;
@@ -304,10 +304,10 @@ QPoint XSession::stashwellTrayIconCentre() const
     return {g.value("X") + g.value("WIDTH") / 2, g.value("Y") + g.value("HEIGHT") / 2};
 }
 
-bool XSession::stashwellHasVisiblePopup() const
+QRect XSession::stashwellPopup() const
 {
     if (!m_app)
-        return false;
+        return {};
     const QByteArray ids =
         run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
     for (const QByteArray &id : ids.split('\n')) {
@@ -315,9 +315,14 @@ bool XSession::stashwellHasVisiblePopup() const
             continue;
         const auto g = geometryOf(*this, QString::fromLatin1(id.trimmed()));
         if (g.value("WIDTH") > trayIconMaxSide || g.value("HEIGHT") > trayIconMaxSide)
-            return true;
+            return QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"));
     }
-    return false;
+    return {};
+}
+
+bool XSession::stashwellHasVisiblePopup() const
+{
+    return !stashwellPopup().isNull();
 }
 
 XSession::Run XSession::runStashwellCommand(const QStringList &args, const QStringList &extraEnv) const

@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QPoint>
+#include <QRect>
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
@@ -61,6 +62,7 @@ public:
     QPoint stashwellTrayIconCentre() const;
     // A visible stashwell window other than its tray icon (the palette, a menu, a dialog).
     bool stashwellHasVisiblePopup() const;
+    QRect stashwellPopup() const; // its frame on screen, null while none is shown
     // A second `stashwell` process with these arguments, run to completion.
     struct Run {
         int exitCode = -1;

@@ -1,5 +1,6 @@
-// `stashwell-palette-screenshots <dir>`: drives the real binary under Xvfb + openbox and saves
-// the palette (with entries, empty, no results, in German) and the "Copied" notice as PNGs.
+// `stashwell-desktop-screenshots <dir>`: drives the real binary under Xvfb + openbox + trayer
+// and saves the palette (with entries, empty, no results, in German), the "Copied" notice and
+// the tray menu (in English and German) as PNGs.
 #include "e2e/XSession.h"
 
 #include <QBuffer>
@@ -54,6 +55,31 @@ void closePalette(XSession &x)
     QTest::qWait(400);
 }
 
+// A right click on the tray icon opens the status menu (Part 2.4): the shot holds both.
+bool shootTrayMenu(XSession &x, const QString &path)
+{
+    const QPoint icon = x.stashwellTrayIconCentre();
+    x.run(QStringLiteral("xdotool"), {"mousemove", QString::number(icon.x()), QString::number(icon.y()), "click", "3"});
+    QTest::qWait(700);
+    const QRect menu = x.stashwellPopup();
+    if (menu.isNull())
+        return false;
+    shoot(x, path, menu.united(QRect(icon - QPoint(20, 20), QSize(40, 40))).adjusted(-12, -4, 12, 12));
+    key(x, QStringLiteral("Escape"));
+    QTest::qWait(300);
+    return true;
+}
+
+// Starts stashwell and waits for its icon to dock in the tray.
+bool start(XSession &x)
+{
+    if (!x.startStashwell())
+        return false;
+    for (int waited = 0; waited < 5000 && x.stashwellTrayIcon().isEmpty(); waited += 100)
+        QTest::qWait(100);
+    return !x.stashwellTrayIcon().isEmpty();
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -62,7 +88,7 @@ int main(int argc, char *argv[])
     QGuiApplication app(argc, argv);
     const QString dir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screenshots");
     XSession x;
-    if (!x.isUp() || !x.startStashwell())
+    if (!x.isUp() || !x.startTray() || !start(x))
         return 1;
     x.startZenityEntry();
     QTest::qWait(1000);
@@ -103,15 +129,17 @@ int main(int argc, char *argv[])
     QTest::qWait(400);
     shoot(x, dir + QStringLiteral("/notice.png"), QRect(440, 560, 400, 200));
     QTest::qWait(2000);
+    if (!shootTrayMenu(x, dir + QStringLiteral("/tray-menu.png")))
+        return 1;
 
     x.stopStashwell();
     x.setDefaults({{"languageCode", "de"}});
-    if (!x.startStashwell())
+    if (!start(x))
         return 1;
     QTest::qWait(500);
     openPalette(x);
     QTest::qWait(300);
     shoot(x, dir + QStringLiteral("/palette-de.png"), paletteArea());
     closePalette(x);
-    return 0;
+    return shootTrayMenu(x, dir + QStringLiteral("/tray-menu-de.png")) ? 0 : 1;
 }
