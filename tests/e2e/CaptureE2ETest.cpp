@@ -154,12 +154,7 @@ private slots:
 
     void copiesWhilePausedAreNotRecorded()
     {
-        QFile defaults(x->defaultsFile());
-        QVERIFY(defaults.open(QIODevice::ReadOnly));
-        QJsonObject values = QJsonDocument::fromJson(defaults.readAll()).object();
-        defaults.close();
-        values["monitoringPaused"] = true;
-        x->writeFile(x->defaultsFile(), QJsonDocument(values).toJson());
+        x->setDefaults({{"monitoringPaused", true}});
         QVERIFY(x->startStashwell({"QT_LOGGING_RULES=stashwell.usage.info=true"}));
         const int before = x->history().size();
         x->xclipCopy("copied while paused");
@@ -168,8 +163,7 @@ private slots:
         QCOMPARE(x->stopStashwell(), 0);
         QCOMPARE(x->history().size(), before);
         QVERIFY(!QJsonDocument(x->history()).toJson().contains("copied while paused"));
-        values["monitoringPaused"] = false;
-        x->writeFile(x->defaultsFile(), QJsonDocument(values).toJson());
+        x->setDefaults({{"monitoringPaused", false}});
     }
 
     void clearOnQuitKeepsOnlyPinnedEntries()
@@ -187,11 +181,7 @@ private slots:
                         unpinnedBlobs << blob(v.toObject(), ext);
         QVERIFY(!unpinnedBlobs.isEmpty());
         x->writeFile(x->historyDir() + "/history.json", QJsonDocument(items).toJson(QJsonDocument::Compact));
-        QFile defaults(x->defaultsFile());
-        QVERIFY(defaults.open(QIODevice::ReadOnly));
-        QJsonObject values = QJsonDocument::fromJson(defaults.readAll()).object();
-        values["clearOnQuit"] = true;
-        x->writeFile(x->defaultsFile(), QJsonDocument(values).toJson());
+        x->setDefaults({{"clearOnQuit", true}});
 
         QVERIFY(x->startStashwell());
         QCOMPARE(x->stopStashwell(), 0);
@@ -200,8 +190,7 @@ private slots:
         QCOMPARE(left[0].toObject()["id"], pinned["id"]);
         for (const QString &path : unpinnedBlobs)
             QVERIFY2(!QFile::exists(path), qPrintable(path));
-        values["clearOnQuit"] = false;
-        x->writeFile(x->defaultsFile(), QJsonDocument(values).toJson());
+        x->setDefaults({{"clearOnQuit", false}});
     }
 
     void brokenHistoryIsKeptAsideAndRecordingGoesOn()

@@ -1,6 +1,8 @@
-// End to end, Part 2.1 launch step 6 and Part 9.1: the first start shows the guide, closing
-// it marks it completed, a later start shows nothing (Xvfb has XTest, so paste is granted),
-// and NORVANE_ONBOARDING=1 brings it back. Ctrl+Q in the guide quits (Part 2.1's main menu).
+// End to end, Part 2.1's start: the language override written to or removed from
+// "AppleLanguages" (entry step 1); the first start shows the guide, closing it marks it
+// completed, a later start shows nothing (Xvfb has XTest, so paste is granted) and
+// NORVANE_ONBOARDING=1 brings it back (launch step 6, Part 9.1); Ctrl+Q in the guide quits
+// (launch step 2).
 #include "e2e/XSession.h"
 
 #include <QFile>
@@ -8,7 +10,7 @@
 #include <QJsonObject>
 #include <QtTest>
 
-class OnboardingE2ETest : public QObject {
+class LaunchE2ETest : public QObject {
     Q_OBJECT
     std::unique_ptr<XSession> x;
 
@@ -31,12 +33,13 @@ class OnboardingE2ETest : public QObject {
         }
         return false;
     }
-    QJsonValue storedCompleted() const
+    QJsonObject storedDefaults() const
     {
         QFile file(x->defaultsFile());
         file.open(QIODevice::ReadOnly);
-        return QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("onboardingCompleted"));
+        return QJsonDocument::fromJson(file.readAll()).object();
     }
+    QJsonValue storedCompleted() const { return storedDefaults().value(QStringLiteral("onboardingCompleted")); }
 
 private slots:
     void init()
@@ -45,6 +48,20 @@ private slots:
         QVERIFY(x->isUp());
     }
     void cleanup() { x.reset(); }
+
+    void anUnsetLanguageRemovesAnEarlierOverride()
+    {
+        x->setDefaults({{QStringLiteral("AppleLanguages"), QJsonArray{QStringLiteral("de")}}});
+        QVERIFY(x->startStashwell());
+        QVERIFY(!storedDefaults().contains(QStringLiteral("AppleLanguages")));
+    }
+
+    void aChosenLanguageBecomesTheOverride()
+    {
+        x->setDefaults({{QStringLiteral("languageCode"), QStringLiteral("fr")}});
+        QVERIFY(x->startStashwell());
+        QCOMPARE(storedDefaults().value(QStringLiteral("AppleLanguages")), QJsonValue(QJsonArray{QStringLiteral("fr")}));
+    }
 
     void theFirstStartShowsTheGuideAndClosingItCompletesIt()
     {
@@ -79,5 +96,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(OnboardingE2ETest)
-#include "OnboardingE2ETest.moc"
+QTEST_MAIN(LaunchE2ETest)
+#include "LaunchE2ETest.moc"
