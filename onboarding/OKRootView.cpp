@@ -56,19 +56,17 @@ void OKRootView::tick()
 
 void OKRootView::primary()
 {
-    if (step().primaryAction && !step().primaryAction())
-        return;
-    if (m_index + 1 >= count()) {
-        if (onFinish)
-            onFinish();
-        return;
-    }
-    go(m_index + 1);
+    advanceUnlessHeld(step().primaryAction);
 }
 
 void OKRootView::later()
 {
-    if (step().secondaryAction && !step().secondaryAction())
+    advanceUnlessHeld(step().secondaryAction);
+}
+
+void OKRootView::advanceUnlessHeld(const std::function<bool()> &action)
+{
+    if (action && !action())
         return;
     if (m_index + 1 >= count()) {
         if (onFinish)

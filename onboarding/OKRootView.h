@@ -54,6 +54,8 @@ signals:
     void ticked();
 
 private:
+    // The page's button action runs first; unless it returns false, on to the next page (or done).
+    void advanceUnlessHeld(const std::function<bool()> &action);
     void go(int index);
     void arrive();
     void rebuildFooter();

@@ -9,12 +9,6 @@
 #include <QVBoxLayout>
 #include <cmath>
 
-void OKWindow::closeEvent(QCloseEvent *event)
-{
-    emit closing();
-    QWidget::closeEvent(event);
-}
-
 OnboardingKitController::OnboardingKitController(Options options, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
@@ -63,7 +57,7 @@ void OnboardingKitController::show(bool startAtPermissions)
     if (pinnedPage)
         start = int(qBound<qint64>(0, *pinnedPage, qMax<qint64>(0, steps.size() - 1)));
 
-    m_window = new OKWindow;
+    m_window = new ClosingWindow;
     m_window->setObjectName(QStringLiteral("onboardingWindow"));
     m_window->setAttribute(Qt::WA_DeleteOnClose);
     m_window->setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
@@ -77,7 +71,7 @@ void OnboardingKitController::show(bool startAtPermissions)
     layout->addWidget(m_root);
     m_root->onHeight = [this](double height) { resize(height); };
     m_root->onFinish = [this] { finish(); };
-    connect(m_window, &OKWindow::closing, this, &OnboardingKitController::windowWillClose);
+    connect(m_window, &ClosingWindow::closing, this, &OnboardingKitController::windowWillClose);
 
     resize(m_root->measuredHeight());
     if (const std::optional<QRect> area = m_options.screenArea()) {

@@ -1,6 +1,7 @@
 #pragma once
 // Part 9.1 `OnboardingKitController`: the generic step-based guide window. It knows nothing of
 // this application: steps, texts and what completion means are given to it.
+#include "common/ClosingWindow.h"
 #include "onboarding/OKRootView.h"
 #include "onboarding/OKStep.h"
 #include "settings/PollTimer.h"
@@ -8,20 +9,6 @@
 #include <QObject>
 #include <QPointer>
 #include <QRect>
-#include <QWidget>
-
-// The guide's window; reports its closing.
-class OKWindow : public QWidget {
-    Q_OBJECT
-public:
-    using QWidget::QWidget;
-
-signals:
-    void closing();
-
-protected:
-    void closeEvent(QCloseEvent *event) override;
-};
 
 // What the guide reads from its surroundings (tests give their own).
 struct OnboardingKitOptions {
@@ -65,7 +52,7 @@ private:
     void windowWillClose();
 
     Options m_options;
-    QPointer<OKWindow> m_window;
+    QPointer<ClosingWindow> m_window; // the guide's window
     QPointer<OKRootView> m_root;
     bool m_finishing = false;
 };

@@ -9,12 +9,6 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
-void SettingsWindow::closeEvent(QCloseEvent *event)
-{
-    emit closing();
-    QWidget::closeEvent(event);
-}
-
 SettingsWindowController::SettingsWindowController(SettingsServices services, SettingsRouter &router, QObject *parent)
     : QObject(parent)
     , m_services(std::move(services))
@@ -35,7 +29,7 @@ void SettingsWindowController::show(std::optional<SettingsTab> tab)
 
 void SettingsWindowController::createWindow()
 {
-    m_window = new SettingsWindow;
+    m_window = new ClosingWindow;
     m_window->setObjectName(QStringLiteral("settingsWindow"));
     m_window->setAttribute(Qt::WA_DeleteOnClose);
     m_window->setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
@@ -53,7 +47,7 @@ void SettingsWindowController::createWindow()
         frame.moveCenter(screen->availableGeometry().center());
         m_window->move(frame.topLeft());
     }
-    connect(m_window, &SettingsWindow::closing, this, &SettingsWindowController::windowWillClose);
+    connect(m_window, &ClosingWindow::closing, this, &SettingsWindowController::windowWillClose);
 }
 
 void SettingsWindowController::windowWillClose()

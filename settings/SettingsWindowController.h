@@ -1,29 +1,16 @@
 #pragma once
 // Part 8.1 `SettingsWindowController`: the one settings window, built on the first show(),
 // dropped when closed (the next show builds a fresh one; the router keeps the tab).
+#include "common/ClosingWindow.h"
 #include "settings/SettingsServices.h"
 #include "settings/SettingsTab.h"
 #include "settings/SettingsView.h"
 
 #include <QObject>
 #include <QPointer>
-#include <QWidget>
 #include <optional>
 
 class SettingsRouter;
-
-// The top-level window; reports its closing so the controller can drop it at once.
-class SettingsWindow : public QWidget {
-    Q_OBJECT
-public:
-    using QWidget::QWidget;
-
-signals:
-    void closing();
-
-protected:
-    void closeEvent(QCloseEvent *event) override;
-};
 
 class SettingsWindowController : public QObject {
     Q_OBJECT
@@ -47,6 +34,6 @@ private:
 
     SettingsServices m_services;
     SettingsRouter &m_router;
-    QPointer<SettingsWindow> m_window;
+    QPointer<ClosingWindow> m_window;
     QPointer<SettingsView> m_view;
 };
