@@ -7,6 +7,7 @@
 #include "diagnostics/ImproveReporter.h"
 #include "fakes/Fakes.h"
 #include "fakes/LocalHttpServer.h"
+#include "fakes/TestFiles.h"
 #include "platform/DefaultsStore.h"
 
 #include <QDir>
@@ -55,12 +56,6 @@ void abortNow()
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     abort();
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace

@@ -1,26 +1,13 @@
 // Part 7.3: the rotating tester log.
 #include "diagnostics/DebugLog.h"
 #include "fakes/Fakes.h"
+#include "fakes/TestFiles.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
 #include <memory>
-
-namespace {
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-}
-} // namespace
 
 class DebugLogTest : public QObject {
     Q_OBJECT
@@ -56,8 +43,8 @@ private slots:
     {
         QDir().mkpath(dir->path() + "/diag");
         const QByteArray big(600000, 'x');
-        writeFile(current(), big);
-        writeFile(previous(), "older generation\n");
+        QVERIFY(writeFile(current(), big));
+        QVERIFY(writeFile(previous(), "older generation\n"));
         log->append("next");
         QCOMPARE(readFile(previous()), big); // replaced the older generation
         QCOMPARE(readFile(current()), QByteArray("2026-03-01T09:30:00Z next\n"));
@@ -66,7 +53,7 @@ private slots:
     void aFileAtTheLimitDoesNotRotate()
     {
         QDir().mkpath(dir->path() + "/diag");
-        writeFile(current(), QByteArray(DebugLog::rotationBytes, 'x'));
+        QVERIFY(writeFile(current(), QByteArray(DebugLog::rotationBytes, 'x')));
         log->append("next");
         QVERIFY(!QFile::exists(previous()));
         QCOMPARE(QFileInfo(current()).size(), DebugLog::rotationBytes + 26);
@@ -75,16 +62,16 @@ private slots:
     void tailReturnsTheOlderFileFirst()
     {
         QDir().mkpath(dir->path() + "/diag");
-        writeFile(previous(), "old line\n");
-        writeFile(current(), "new line\n");
+        QVERIFY(writeFile(previous(), "old line\n"));
+        QVERIFY(writeFile(current(), "new line\n"));
         QCOMPARE(log->readTail(), QStringLiteral("old line\nnew line\n"));
     }
 
     void tailSkipsAFileThatIsNotUtf8()
     {
         QDir().mkpath(dir->path() + "/diag");
-        writeFile(previous(), "bad \xff\xfe bytes\n");
-        writeFile(current(), "new line\n");
+        QVERIFY(writeFile(previous(), "bad \xff\xfe bytes\n"));
+        QVERIFY(writeFile(current(), "new line\n"));
         QCOMPARE(log->readTail(), QStringLiteral("new line\n"));
         QFile::remove(current());
         QCOMPARE(log->readTail(), QString());
@@ -93,8 +80,8 @@ private slots:
     void tailKeepsTheLastCharacters()
     {
         QDir().mkpath(dir->path() + "/diag");
-        writeFile(previous(), QByteArray(200000, 'a'));
-        writeFile(current(), QByteArray(100000, 'b') + "END");
+        QVERIFY(writeFile(previous(), QByteArray(200000, 'a')));
+        QVERIFY(writeFile(current(), QByteArray(100000, 'b') + "END"));
         const QString tail = log->readTail();
         QCOMPARE(tail.size(), DebugLog::tailCharacters);
         QVERIFY(tail.endsWith("bEND"));
@@ -124,7 +111,7 @@ private slots:
 
     void anUnwritableDirectoryLosesTheLineQuietly()
     {
-        writeFile(dir->path() + "/file", "not a directory");
+        QVERIFY(writeFile(dir->path() + "/file", "not a directory"));
         DebugLog broken(dir->path() + "/file/diag", clock);
         broken.append("lost");
         QCOMPARE(broken.readTail(), QString());

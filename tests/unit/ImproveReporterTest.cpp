@@ -7,6 +7,7 @@
 #include "diagnostics/ImproveReporter.h"
 #include "fakes/Fakes.h"
 #include "fakes/LocalHttpServer.h"
+#include "fakes/TestFiles.h"
 #include "platform/DefaultsStore.h"
 
 #include <QFile>
@@ -18,19 +19,6 @@
 #include <memory>
 
 namespace {
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 QList<QByteArray> lines(const QString &path)
 {
@@ -69,7 +57,7 @@ class ImproveReporterTest : public QObject {
         QByteArray bytes;
         for (int i = 0; i < count; ++i)
             bytes += eventAt(clock->now(), i) + '\n';
-        writeFile(queuePath(), bytes);
+        QVERIFY(writeFile(queuePath(), bytes));
     }
     QJsonArray sentEvents(int request) const
     {
@@ -232,7 +220,7 @@ private slots:
         QByteArray bytes;
         for (int i = 0; i < 5; ++i)
             bytes += eventAt(clock->now().addSecs(-604801 - i), i) + '\n';
-        writeFile(queuePath(), bytes);
+        QVERIFY(writeFile(queuePath(), bytes));
         QVERIFY(reporter->flushNow(true));
         QCOMPARE(server->count(), 0);
         QVERIFY(!QFile::exists(queuePath()));
@@ -254,7 +242,7 @@ private slots:
     {
         make();
         seedQueue(3);
-        writeFile(queuePath(), readFile(queuePath()) + "garbage\n");
+        QVERIFY(writeFile(queuePath(), readFile(queuePath()) + "garbage\n"));
         const QByteArray before = readFile(queuePath());
         server->scriptStatuses({503});
         QVERIFY(reporter->flushNow(true));

@@ -7,6 +7,7 @@
 #include "diagnostics/TesterMode.h"
 #include "fakes/Fakes.h"
 #include "fakes/LocalHttpServer.h"
+#include "fakes/TestFiles.h"
 #include "platform/DefaultsStore.h"
 
 #include <QFile>
@@ -17,14 +18,6 @@
 #include <memory>
 
 Q_LOGGING_CATEGORY(testerTestLog, "stashwell.testertest")
-
-namespace {
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-} // namespace
 
 class TesterModeTest : public QObject {
     Q_OBJECT
