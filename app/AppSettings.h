@@ -1,5 +1,7 @@
 #pragma once
 // Part 2.2: the user's preferences, each mirrored to the defaults key of the same name.
+#include <QJsonValue>
+#include <QList>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -47,6 +49,16 @@ public:
     void setCrashReportingEnabled(bool value);
     void setImproveDataSharing(bool value);
 
+    // The same properties by defaults key (`stashwell config`): every key in the table's order;
+    // a value in its defaults-file JSON form (undefined for an unknown key, null for an absent
+    // languageCode); setting goes through the typed setter above and is refused (false,
+    // nothing changed) for an unknown key or a value of another type.
+    static QStringList keys();
+    QJsonValue value(const QString &key) const;
+    bool setValue(const QString &key, const QJsonValue &value);
+    // What a key takes, for messages ("an integer", ...); empty for an unknown key.
+    static QString expectedType(const QString &key);
+
     // The "app.env" snapshot for the improvement reporter.
     QVariantMap environmentProps() const;
 
@@ -58,6 +70,9 @@ signals:
     void changed(const QString &key);
 
 private:
+    struct Property; // one row of the table: key, field and setter
+    static const QList<Property> &properties();
+    static const Property *property(const QString &key);
     template <typename T> void assign(T &field, const T &value, const char *key);
     void applyLoginItem(bool enabled);
 

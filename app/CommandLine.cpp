@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -14,6 +15,8 @@ constexpr Verb verbs[] = {
     {"toggle", ShellCommand::Kind::toggle}, {"show", ShellCommand::Kind::show},   {"pause", ShellCommand::Kind::pause},
     {"resume", ShellCommand::Kind::resume}, {"list", ShellCommand::Kind::list},   {"paste", ShellCommand::Kind::paste},
     {"quit", ShellCommand::Kind::quit},     {"url", ShellCommand::Kind::openURL}, {"launch", ShellCommand::Kind::launch},
+    {"config", ShellCommand::Kind::config}, {"sign-in", ShellCommand::Kind::signIn},
+    {"sign-out", ShellCommand::Kind::signOut},
 };
 
 std::optional<ShellCommand::Kind> kindNamed(const QString &name)
@@ -50,7 +53,7 @@ std::optional<int> positiveNumber(const QString &text)
 
 bool ShellCommand::needsRunningInstance() const
 {
-    return kind == Kind::list || kind == Kind::paste || kind == Kind::quit;
+    return kind == Kind::list || kind == Kind::paste || kind == Kind::quit || kind == Kind::config;
 }
 
 bool ShellCommand::isLocal() const
@@ -65,6 +68,10 @@ QByteArray ShellCommand::toRequest() const
         request.insert(QStringLiteral("index"), index);
     if (kind == Kind::openURL)
         request.insert(QStringLiteral("url"), url.toString(QUrl::FullyEncoded));
+    if (kind == Kind::config && !key.isEmpty())
+        request.insert(QStringLiteral("key"), key);
+    if (kind == Kind::config && !value.isUndefined())
+        request.insert(QStringLiteral("value"), value);
     return QJsonDocument(request).toJson(QJsonDocument::Compact);
 }
 
@@ -85,6 +92,14 @@ std::optional<ShellCommand> ShellCommand::fromRequest(const QByteArray &line)
     if (command.kind == Kind::openURL) {
         command.url = QUrl(request.value(QStringLiteral("url")).toString(), QUrl::StrictMode);
         if (!isStashwellURL(command.url))
+            return std::nullopt;
+    }
+    if (command.kind == Kind::config) {
+        const QJsonValue key = request.value(QStringLiteral("key"));
+        command.key = key.toString();
+        command.value = request.value(QStringLiteral("value"));
+        // The key, when given, is a string; a value needs its key.
+        if (!(key.isUndefined() || key.isString()) || (command.key.isEmpty() && !command.value.isUndefined()))
             return std::nullopt;
     }
     return command;
@@ -147,6 +162,16 @@ Parsed parse(const QStringList &arguments)
             return fail(QStringLiteral("not a position (1, 2, ...): %1").arg(rest.first()));
         return {ShellCommand{ShellCommand::Kind::paste, *n, {}}, {}};
     }
+    if (*kind == ShellCommand::Kind::config) {
+        if (rest.size() > 2)
+            return fail(QStringLiteral("config takes at most a key and a value"));
+        ShellCommand config;
+        config.kind = ShellCommand::Kind::config;
+        config.key = rest.value(0);
+        if (rest.size() == 2)
+            config.value = configValue(rest[1]);
+        return {config, {}};
+    }
     if (!rest.isEmpty())
         return fail(QStringLiteral("%1 takes no arguments").arg(first));
     return {ShellCommand{*kind, 0, {}}, {}};
@@ -166,12 +191,26 @@ QString usage()
         "  list        print the history, newest first: position, a tab, the title\n"
         "  paste N     paste the entry at position N of `stashwell list`\n"
         "  quit        quit Stashwell\n"
+        "  config      print every setting: key, a tab, its value as JSON\n"
+        "  config KEY  print the value of one setting\n"
+        "  config KEY VALUE  set a setting; VALUE is JSON (true, 500, '[\"org.example.App\"]',\n"
+        "              null) or a bare word taken as a string; a wrong key or type: exit status 2\n"
+        "  sign-in     sign in to the web service in the browser (prints the page's address)\n"
+        "  sign-out    sign out of the web service\n"
         "  stashwell://...  hand a sign-in callback URL to Stashwell\n"
         "\n"
-        "toggle, show, pause, resume and URLs start Stashwell when it is not running;\n"
-        "list, paste and quit then fail with exit status 1.\n"
+        "toggle, show, pause, resume, sign-in, sign-out and URLs start Stashwell when it is\n"
+        "not running; list, paste, quit and config then fail with exit status 1.\n"
         "  -h, --help     this text\n"
         "  -v, --version  the version\n");
+}
+
+QJsonValue configValue(const QString &text)
+{
+    // QJsonDocument reads only arrays and objects: the value is read as a one-element array.
+    QJsonParseError error;
+    const QJsonArray wrapped = QJsonDocument::fromJson('[' + text.toUtf8() + ']', &error).array();
+    return error.error == QJsonParseError::NoError && wrapped.size() == 1 ? wrapped.first() : QJsonValue(text);
 }
 
 } // namespace CommandLine

@@ -2,19 +2,24 @@
 // The `stashwell` command line: what a launch asks for, and the one-line request form in
 // which a second process hands it to the running instance (SingleInstance).
 #include <QByteArray>
+#include <QJsonValue>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
 #include <optional>
 
 struct ShellCommand {
-    enum class Kind { launch, toggle, show, pause, resume, list, paste, quit, openURL, help, version };
+    enum class Kind {
+        launch, toggle, show, pause, resume, list, paste, quit, openURL, config, signIn, signOut, help, version
+    };
 
     Kind kind = Kind::launch;
     int index = 0; // paste: 1-based position in the history
     QUrl url;      // openURL: a stashwell:// URL
+    QString key{}; // config: a settings key; empty for all of them
+    QJsonValue value{QJsonValue::Undefined}; // config: the value to set; undefined to print
 
-    // list, paste and quit only make sense for an instance that already runs.
+    // list, paste, quit and config only make sense for an instance that already runs.
     bool needsRunningInstance() const;
     // Handled by the process itself, never forwarded (help, version).
     bool isLocal() const;
@@ -43,5 +48,9 @@ QStringList arguments(int argc, char **argv);
 Parsed parse(const QStringList &arguments);
 
 QString usage();
+
+// A VALUE of `stashwell config KEY VALUE`: JSON (true, 12, "text", ["a", "b"], null) when it
+// is one JSON value, else the text itself as a string (a bare word: de).
+QJsonValue configValue(const QString &text);
 
 } // namespace CommandLine

@@ -2,6 +2,8 @@
 
 #include "app/AppSettings.h"
 #include "capture/HistoryStore.h"
+#include "cloud/CloudAccount.h"
+#include "common/OrderedJson.h"
 #include "palette/PaletteController.h"
 
 #include <QLoggingCategory>
@@ -18,12 +20,24 @@ QString oneLine(QString title)
             c = QLatin1Char(' ');
     return title;
 }
+
+QString json(const QJsonValue &value)
+{
+    return QString::fromUtf8(OrderedJsonObject::encode(value));
+}
+
+ShellReply usageError(const QString &message)
+{
+    return {false, message + QLatin1Char('\n'), true};
+}
 } // namespace
 
-ShellCommands::ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette, Actions actions)
+ShellCommands::ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette,
+                             CloudAccount &account, Actions actions)
     : m_store(store)
     , m_settings(settings)
     , m_palette(palette)
+    , m_account(account)
     , m_actions(std::move(actions))
 {
 }
@@ -71,9 +85,49 @@ ShellReply ShellCommands::run(const ShellCommand &command)
         if (m_actions.openURL)
             m_actions.openURL(command.url);
         return {};
+    case Kind::config:
+        return config(command.key, command.value);
+    case Kind::signIn:
+        return signIn();
+    case Kind::signOut:
+        m_account.signOut();
+        return {true, QStringLiteral("Signed out.\n")};
     case Kind::help:
     case Kind::version:
         break;
     }
     return {false, QStringLiteral("Not a command for the running Stashwell.\n")};
+}
+
+ShellReply ShellCommands::config(const QString &key, const QJsonValue &value)
+{
+    if (key.isEmpty()) {
+        QString text;
+        for (const QString &each : AppSettings::keys())
+            text += each + QLatin1Char('\t') + json(m_settings.value(each)) + QLatin1Char('\n');
+        return {true, text};
+    }
+    if (!AppSettings::keys().contains(key))
+        return usageError(QStringLiteral("Unknown setting: %1 (`stashwell config` lists them).").arg(oneLine(key)));
+    if (value.isUndefined())
+        return {true, json(m_settings.value(key)) + QLatin1Char('\n')};
+    if (!m_settings.setValue(key, value))
+        return usageError(QStringLiteral("%1 takes %2, not %3.").arg(key, AppSettings::expectedType(key), json(value)));
+    // As the settings window does (Part 8.1): a smaller limit applies at once.
+    if (key == QLatin1String("historyLimit") || key == QLatin1String("historyRetentionDays"))
+        m_store.prune();
+    return {};
+}
+
+// PLATFORM.md: without a web-service root nothing is sent, so there is no sign-in.
+ShellReply ShellCommands::signIn()
+{
+    if (!m_account.isAvailable())
+        return {false, QStringLiteral("Sign-in is not available: no web service is set (STASHWELL_SERVICE_URL).\n")};
+    if (m_account.state().signedIn)
+        return {false,
+                QStringLiteral("Already signed in (%1); `stashwell sign-out` first.\n").arg(m_account.state().email)};
+    const QUrl page = m_account.signIn();
+    return {true, QStringLiteral("Continue in the browser. If none opened, open this address in one:\n%1\n")
+                      .arg(page.toString(QUrl::FullyEncoded))};
 }

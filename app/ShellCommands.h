@@ -7,6 +7,7 @@
 #include <functional>
 
 class AppSettings;
+class CloudAccount;
 class HistoryStore;
 class PaletteController;
 struct ClipItem;
@@ -18,7 +19,8 @@ public:
         std::function<void()> quit;                 // called after the reply is on its way
     };
 
-    ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette, Actions actions);
+    ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette, CloudAccount &account,
+                  Actions actions);
 
     ShellReply run(const ShellCommand &command);
 
@@ -27,8 +29,13 @@ public:
     static QString listing(const QList<ClipItem> &items);
 
 private:
+    // `stashwell config [KEY [VALUE]]`.
+    ShellReply config(const QString &key, const QJsonValue &value);
+    ShellReply signIn();
+
     HistoryStore &m_store;
     AppSettings &m_settings;
     PaletteController &m_palette;
+    CloudAccount &m_account;
     Actions m_actions;
 };

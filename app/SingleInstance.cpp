@@ -120,8 +120,10 @@ std::optional<QByteArray> exchange(const QString &path, const QByteArray &reques
 
 QByteArray ShellReply::toLine() const
 {
-    return QJsonDocument(QJsonObject{{QStringLiteral("ok"), ok}, {QStringLiteral("output"), output}})
-        .toJson(QJsonDocument::Compact);
+    QJsonObject object{{QStringLiteral("ok"), ok}, {QStringLiteral("output"), output}};
+    if (usageError)
+        object.insert(QStringLiteral("usageError"), true);
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 std::optional<ShellReply> ShellReply::fromLine(const QByteArray &line)
@@ -129,7 +131,8 @@ std::optional<ShellReply> ShellReply::fromLine(const QByteArray &line)
     const QJsonObject object = QJsonDocument::fromJson(line).object();
     if (!object.value(QStringLiteral("ok")).isBool())
         return std::nullopt;
-    return ShellReply{object.value(QStringLiteral("ok")).toBool(), object.value(QStringLiteral("output")).toString()};
+    return ShellReply{object.value(QStringLiteral("ok")).toBool(), object.value(QStringLiteral("output")).toString(),
+                      object.value(QStringLiteral("usageError")).toBool()};
 }
 
 SingleInstance::SingleInstance(const QString &socketPath, QObject *parent)
@@ -169,7 +172,7 @@ std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStrea
     }
     if (const auto reply = forward(command)) {
         (reply->ok ? out : err) << reply->output;
-        return reply->ok ? 0 : 1;
+        return reply->ok ? 0 : reply->usageError ? 2 : 1;
     }
     if (command.needsRunningInstance()) {
         err << "Stashwell is not running.\n";

@@ -18,6 +18,9 @@ class QTextStream;
 struct ShellReply {
     bool ok = true;
     QString output; // printed by the second process: to stdout when ok, else to stderr
+    // Not ok because the command was used wrongly (`config` with an unknown key or a value of
+    // another type): the second process exits with 2, as for a bad command line, instead of 1.
+    bool usageError = false;
 
     QByteArray toLine() const;
     static std::optional<ShellReply> fromLine(const QByteArray &line);

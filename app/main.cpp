@@ -5,6 +5,7 @@
 #include "app/ShellCommands.h"
 #include "app/SingleInstance.h"
 #include "capture/HistoryStore.h"
+#include "cloud/CloudAccount.h"
 #include "l10n/FrameworkLanguage.h"
 #include "palette/PaletteController.h"
 #include "platform/DefaultsStore.h"
@@ -47,10 +48,16 @@ int main(int argc, char *argv[])
     delegate.applicationDidFinishLaunching();
 
     ShellCommands commands(HistoryStore::shared(), AppSettings::shared(), PaletteController::shared(),
+                           CloudAccount::shared(),
                            {[&delegate](const QUrl &url) { delegate.handleURL(url); },
                             [] { QCoreApplication::quit(); }});
     instance.setHandler([&commands](const ShellCommand &command) { return commands.run(command); });
-    if (parsed.command->kind != ShellCommand::Kind::launch)
-        commands.run(*parsed.command); // `stashwell toggle` (or a URL) that started this instance
+    if (parsed.command->kind != ShellCommand::Kind::launch) {
+        // `stashwell toggle` (or a URL, or sign-in) that started this instance: its answer is ours to print.
+        const ShellReply reply = commands.run(*parsed.command);
+        (reply.ok ? out : err) << reply.output;
+        out.flush();
+        err.flush();
+    }
     return app.exec();
 }

@@ -64,10 +64,10 @@ void CloudAccount::start()
         refresh();
 }
 
-void CloudAccount::signIn()
+QUrl CloudAccount::signIn()
 {
     if (!isAvailable())
-        return;
+        return {};
     const QString verifier = randomURLSafe(32);
     const QString state = randomURLSafe(16);
     m_pendingVerifier = verifier; // a sign-in in progress is replaced: its callback is refused
@@ -80,6 +80,7 @@ void CloudAccount::signIn()
     query.addQueryItem(QStringLiteral("state"), state);
     url.setQuery(query);
     m_openUrl(url);
+    return url;
 }
 
 bool CloudAccount::handleCallback(const QUrl &url)

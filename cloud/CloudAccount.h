@@ -42,8 +42,9 @@ public:
 
     // At launch (Part 2.1): refreshes the account in the background when a token is stored.
     void start();
-    // Main thread. Starts a sign-in in the browser, replacing any sign-in in progress.
-    void signIn();
+    // Main thread. Starts a sign-in in the browser, replacing any sign-in in progress. Returns
+    // the page's address, for a user without a browser here; empty without a service.
+    QUrl signIn();
     // Main thread. True when `url` is this sign-in's callback and the code exchange has started.
     bool handleCallback(const QUrl &url);
     // Main thread. Signs out locally at once; tells the service in the background.

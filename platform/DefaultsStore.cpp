@@ -46,15 +46,13 @@ void DefaultsStore::remove(const QString &key)
     }
 }
 
-std::optional<bool> DefaultsStore::boolValue(const QString &key) const
+std::optional<bool> DefaultsStore::asBool(const QJsonValue &v)
 {
-    const QJsonValue v = object(key);
     return v.isBool() ? std::optional(v.toBool()) : std::nullopt;
 }
 
-std::optional<qint64> DefaultsStore::intValue(const QString &key) const
+std::optional<qint64> DefaultsStore::asInteger(const QJsonValue &v)
 {
-    const QJsonValue v = object(key);
     if (!v.isDouble())
         return std::nullopt;
     const double d = v.toDouble();
@@ -63,15 +61,13 @@ std::optional<qint64> DefaultsStore::intValue(const QString &key) const
     return qint64(d);
 }
 
-std::optional<QString> DefaultsStore::stringValue(const QString &key) const
+std::optional<QString> DefaultsStore::asString(const QJsonValue &v)
 {
-    const QJsonValue v = object(key);
     return v.isString() ? std::optional(v.toString()) : std::nullopt;
 }
 
-std::optional<QStringList> DefaultsStore::stringListValue(const QString &key) const
+std::optional<QStringList> DefaultsStore::asStringList(const QJsonValue &v)
 {
-    const QJsonValue v = object(key);
     if (!v.isArray())
         return std::nullopt;
     QStringList list;

@@ -20,10 +20,16 @@ public:
     void remove(const QString &key);
 
     // Typed reads: std::nullopt when absent or of another type.
-    std::optional<bool> boolValue(const QString &key) const;
-    std::optional<qint64> intValue(const QString &key) const;
-    std::optional<QString> stringValue(const QString &key) const;
-    std::optional<QStringList> stringListValue(const QString &key) const;
+    std::optional<bool> boolValue(const QString &key) const { return asBool(object(key)); }
+    std::optional<qint64> intValue(const QString &key) const { return asInteger(object(key)); }
+    std::optional<QString> stringValue(const QString &key) const { return asString(object(key)); }
+    std::optional<QStringList> stringListValue(const QString &key) const { return asStringList(object(key)); }
+
+    // The same typing for a value from elsewhere (a value given on the command line).
+    static std::optional<bool> asBool(const QJsonValue &value);
+    static std::optional<qint64> asInteger(const QJsonValue &value);
+    static std::optional<QString> asString(const QJsonValue &value);
+    static std::optional<QStringList> asStringList(const QJsonValue &value);
 
     QString path() const { return m_path; }
 

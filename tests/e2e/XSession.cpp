@@ -34,6 +34,7 @@ XSession::XSession()
 {
     QDir().mkpath(dataDir());
     QDir().mkpath(configDir());
+    installFakeXdgOpen();
     QDir().mkpath(m_home.path() + QStringLiteral("/runtime"));
     QFile::setPermissions(m_home.path() + QStringLiteral("/runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // Parallel tests may race for a display number: an Xvfb that exits lost it, try another.
@@ -66,7 +67,7 @@ XSession::~XSession()
         owner->waitForFinished(1000);
         delete owner;
     }
-    for (auto *p : {m_wm.get(), m_xvfb.get()}) {
+    for (auto *p : {m_keyring.get(), m_bus.get(), m_wm.get(), m_xvfb.get()}) {
         if (p) {
             p->terminate();
             if (!p->waitForFinished(3000))
@@ -84,10 +85,68 @@ QProcessEnvironment XSession::environment() const
     env.insert(QStringLiteral("XDG_DATA_HOME"), dataDir());
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), configDir());
     env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_home.path() + QStringLiteral("/runtime"));
+    env.insert(QStringLiteral("PATH"), binDir() + QLatin1Char(':') + env.value(QStringLiteral("PATH")));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    if (!m_busAddress.isEmpty())
+        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
     env.remove(QStringLiteral("STASHWELL_SERVICE_URL"));
     return env;
+}
+
+void XSession::installFakeXdgOpen() const
+{
+    const QString script = binDir() + QStringLiteral("/xdg-open");
+    writeFile(script, QStringLiteral("#!/bin/sh\nprintf '%s\\n' \"$1\" >> '%1'\n").arg(openedUrlsFile()).toUtf8());
+    QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+QStringList XSession::openedUrls() const
+{
+    QFile file(openedUrlsFile());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+bool XSession::startSecretService()
+{
+    // The session's own bus configuration: no service directories, so nothing (portals,
+    // accessibility, another keyring) is activated behind the test's back.
+    const QString config = m_home.path() + QStringLiteral("/session-bus.conf");
+    writeFile(config, QStringLiteral("<busconfig><type>session</type><listen>unix:dir=%1</listen>\n"
+                                     "<auth>EXTERNAL</auth><policy context=\"default\">\n"
+                                     "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>\n"
+                                     "<allow own=\"*\"/></policy></busconfig>\n")
+                          .arg(m_home.path() + QStringLiteral("/runtime"))
+                          .toUtf8());
+    m_bus = std::make_unique<QProcess>();
+    m_bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_bus->start(QStringLiteral("dbus-daemon"), {"--config-file=" + config, "--nofork", "--print-address=1"});
+    // The address is printed once the bus listens.
+    while (!m_bus->canReadLine() && m_bus->waitForReadyRead(10000)) {
+    }
+    m_busAddress = QString::fromUtf8(m_bus->readLine()).trimmed();
+    if (m_busAddress.isEmpty())
+        return false;
+
+    m_keyring = std::make_unique<QProcess>();
+    m_keyring->setProcessEnvironment(environment());
+    m_keyring->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_keyring->setStandardOutputFile(QProcess::nullDevice());
+    // --unlock reads the login keyring's password from standard input (and creates the keyring).
+    m_keyring->start(QStringLiteral("gnome-keyring-daemon"), {"--foreground", "--unlock", "--components=secrets"});
+    m_keyring->waitForStarted(5000);
+    m_keyring->write("stashwell-test");
+    m_keyring->closeWriteChannel();
+    const auto onTheBus = [&] {
+        return run(QStringLiteral("dbus-send"),
+                   {"--session", "--print-reply", "--reply-timeout=2000", "--dest=org.freedesktop.DBus", "/",
+                    "org.freedesktop.DBus.NameHasOwner", "string:org.freedesktop.secrets"})
+            .contains("boolean true");
+    };
+    return waitFor([&] { return m_keyring->state() != QProcess::Running || onTheBus(); }, 10000)
+        && m_keyring->state() == QProcess::Running;
 }
 
 void XSession::startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args)
@@ -208,11 +267,7 @@ QString XSession::activeWindow() const
 
 bool XSession::stashwellHasVisibleWindow() const
 {
-    if (!m_app)
-        return false;
-    return !run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())})
-                .trimmed()
-                .isEmpty();
+    return !stashwellWindows().isEmpty();
 }
 
 QProcess *XSession::startZenityEntry()
@@ -269,54 +324,56 @@ bool XSession::startTray()
 
 namespace {
 
-// `xdotool getwindowgeometry --shell`: X, Y (on the screen), WIDTH, HEIGHT.
-QMap<QString, int> geometryOf(const XSession &x, const QString &window)
-{
-    QMap<QString, int> values;
-    const QByteArray shell = x.run(QStringLiteral("xdotool"), {"getwindowgeometry", "--shell", window});
-    for (const QByteArray &line : shell.split('\n'))
-        if (line.contains('='))
-            values.insert(QString::fromLatin1(line.left(line.indexOf('='))), line.mid(line.indexOf('=') + 1).toInt());
-    return values;
-}
-
 constexpr int trayIconMaxSide = 64;
+
+bool isTrayIconSized(const QRect &frame)
+{
+    return frame.width() <= trayIconMaxSide && frame.height() <= trayIconMaxSide;
+}
 
 } // namespace
 
-QString XSession::stashwellTrayIcon() const
+QList<XSession::Window> XSession::stashwellWindows() const
 {
+    QList<Window> windows;
     if (!m_app)
-        return {};
-    const QByteArray ids =
-        run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
-    for (const QByteArray &id : ids.split('\n')) {
-        const auto g = geometryOf(*this, QString::fromLatin1(id.trimmed()));
-        if (!id.trimmed().isEmpty() && g.value("WIDTH") <= trayIconMaxSide && g.value("HEIGHT") <= trayIconMaxSide)
-            return QString::fromLatin1(id.trimmed());
-    }
-    return {};
-}
-
-QPoint XSession::stashwellTrayIconCentre() const
-{
-    const auto g = geometryOf(*this, stashwellTrayIcon());
-    return {g.value("X") + g.value("WIDTH") / 2, g.value("Y") + g.value("HEIGHT") / 2};
-}
-
-QRect XSession::stashwellPopup() const
-{
-    if (!m_app)
-        return {};
+        return windows;
     const QByteArray ids =
         run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
     for (const QByteArray &id : ids.split('\n')) {
         if (id.trimmed().isEmpty())
             continue;
-        const auto g = geometryOf(*this, QString::fromLatin1(id.trimmed()));
-        if (g.value("WIDTH") > trayIconMaxSide || g.value("HEIGHT") > trayIconMaxSide)
-            return QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"));
+        // `getwindowgeometry --shell`: X, Y (on the screen), WIDTH, HEIGHT, one per line.
+        QMap<QByteArray, int> g;
+        for (const QByteArray &line : run(QStringLiteral("xdotool"), {"getwindowgeometry", "--shell", id.trimmed()}).split('\n'))
+            if (line.contains('='))
+                g.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1).toInt());
+        windows.append({QString::fromLatin1(id.trimmed()), QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"))});
     }
+    return windows;
+}
+
+QString XSession::stashwellTrayIcon() const
+{
+    for (const Window &window : stashwellWindows())
+        if (isTrayIconSized(window.frame))
+            return window.id;
+    return {};
+}
+
+QPoint XSession::stashwellTrayIconCentre() const
+{
+    for (const Window &window : stashwellWindows())
+        if (isTrayIconSized(window.frame))
+            return window.frame.center();
+    return {};
+}
+
+QRect XSession::stashwellPopup() const
+{
+    for (const Window &window : stashwellWindows())
+        if (!isTrayIconSized(window.frame))
+            return window.frame;
     return {};
 }
 

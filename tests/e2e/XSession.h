@@ -63,6 +63,12 @@ public:
     // A visible stashwell window other than its tray icon (the palette, a menu, a dialog).
     bool stashwellHasVisiblePopup() const;
     QRect stashwellPopup() const; // its frame on screen, null while none is shown
+    // Every visible window of stashwell (tray icon included) and its frame on screen.
+    struct Window {
+        QString id;
+        QRect frame;
+    };
+    QList<Window> stashwellWindows() const;
     // A second `stashwell` process with these arguments, run to completion.
     struct Run {
         int exitCode = -1;
@@ -73,12 +79,25 @@ public:
     // crash or when it still runs (then it keeps running).
     int waitForStashwellExit(int timeoutMs);
 
+    // Opt-in, before startStashwell: a Secret Service of this session's own for the keychain
+    // (Part 6.3): a private D-Bus session bus (nothing on it is started on demand) with
+    // gnome-keyring-daemon, whose login keyring in dataDir() is unlocked with a fixed password.
+    // Every program started from here then uses that bus. True once the service is on the bus.
+    bool startSecretService();
+    // The addresses stashwell asked the desktop to open, oldest first: the `xdg-open` found
+    // first in PATH only records them, so no test ever starts a browser.
+    QStringList openedUrls() const;
+
 private:
     void startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args);
+    void installFakeXdgOpen() const;
+    QString binDir() const { return m_home.path() + QStringLiteral("/bin"); }
+    QString openedUrlsFile() const { return m_home.path() + QStringLiteral("/opened-urls"); }
 
     QTemporaryDir m_home;
     QString m_display;
-    std::unique_ptr<QProcess> m_xvfb, m_wm, m_app;
+    QString m_busAddress; // empty until startSecretService
+    std::unique_ptr<QProcess> m_xvfb, m_wm, m_app, m_bus, m_keyring;
     mutable QList<QProcess *> m_owners;
     QList<QProcess *> m_clients;
     QByteArray m_stderr;

@@ -9,11 +9,8 @@
 #include "fakes/Fakes.h"
 #include "platform/DefaultsStore.h"
 #include "server/ReferenceServerProcess.h"
+#include "server/SignInBrowser.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QSignalSpy>
-#include <QUrlQuery>
 #include <QtTest>
 #include <memory>
 
@@ -43,33 +40,11 @@ class CloudClientInteropTest : public QObject {
     Q_OBJECT
 
 private:
-    // The browser's part: the sign-in page, then its form; returns where the form redirects.
-    QUrl browse(const QUrl &connectUrl, const QString &email)
-    {
-        QNetworkReply *page = m_network.get(QNetworkRequest(connectUrl));
-        QSignalSpy pageDone(page, &QNetworkReply::finished);
-        if (!pageDone.wait(10000) || page->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200)
-            return {};
-        page->deleteLater();
-
-        QUrlQuery form(connectUrl);
-        form.addQueryItem(QStringLiteral("email"), email);
-        QNetworkRequest request(m_server.url(QStringLiteral("/app/connect")));
-        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/x-www-form-urlencoded"));
-        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-        QNetworkReply *submitted = m_network.post(request, form.toString(QUrl::FullyEncoded).toUtf8());
-        QSignalSpy submitDone(submitted, &QNetworkReply::finished);
-        if (!submitDone.wait(10000))
-            return {};
-        submitted->deleteLater();
-        return QUrl(QString::fromUtf8(submitted->rawHeader("Location")));
-    }
-
     bool signIn(Machine &machine, const QString &email)
     {
         QSignalSpy changes(&machine.account, &CloudAccount::stateChanged);
         machine.account.signIn();
-        const QUrl callback = browse(machine.browser.opened.last(), email);
+        const QUrl callback = signInAtPage(m_network, machine.browser.opened.last(), email);
         if (callback.scheme() != QLatin1String("stashwell") || !machine.account.handleCallback(callback))
             return false;
         return changes.wait(10000) && machine.account.state().signedIn;

@@ -1,6 +1,7 @@
 // The `stashwell` command line and its one-line request form.
 #include "app/CommandLine.h"
 
+#include <QJsonArray>
 #include <QtTest>
 
 using Kind = ShellCommand::Kind;
@@ -34,6 +35,8 @@ private slots:
         QTest::newRow("resume") << "resume" << int(Kind::resume);
         QTest::newRow("list") << "list" << int(Kind::list);
         QTest::newRow("quit") << "quit" << int(Kind::quit);
+        QTest::newRow("sign-in") << "sign-in" << int(Kind::signIn);
+        QTest::newRow("sign-out") << "sign-out" << int(Kind::signOut);
         QTest::newRow("help") << "--help" << int(Kind::help);
         QTest::newRow("-h") << "-h" << int(Kind::help);
         QTest::newRow("version") << "--version" << int(Kind::version);
@@ -79,18 +82,66 @@ private slots:
         QVERIFY(!error({"stashwell://auth", "extra"}).isEmpty());
     }
 
-    void onlyListPasteAndQuitNeedARunningInstance()
+    void configReadsAKeyAndAJsonValue()
     {
-        for (Kind kind : {Kind::list, Kind::paste, Kind::quit})
+        const ShellCommand all = parsed({"config"});
+        QCOMPARE(all.kind, Kind::config);
+        QVERIFY(all.key.isEmpty());
+        QVERIFY(all.value.isUndefined());
+        const ShellCommand one = parsed({"config", "historyLimit"});
+        QCOMPARE(one.key, QStringLiteral("historyLimit"));
+        QVERIFY(one.value.isUndefined());
+        const ShellCommand set = parsed({"config", "historyLimit", "321"});
+        QCOMPARE(set.key, QStringLiteral("historyLimit"));
+        QCOMPARE(set.value, QJsonValue(321));
+        QVERIFY(!error({"config", "historyLimit", "321", "extra"}).isEmpty());
+    }
+
+    void configValues_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QJsonValue>("value");
+        QTest::newRow("true") << "true" << QJsonValue(true);
+        QTest::newRow("false") << "false" << QJsonValue(false);
+        QTest::newRow("integer") << "500" << QJsonValue(500);
+        QTest::newRow("negative") << "-1" << QJsonValue(-1);
+        QTest::newRow("fraction") << "1.5" << QJsonValue(1.5);
+        QTest::newRow("null") << "null" << QJsonValue(QJsonValue::Null);
+        QTest::newRow("JSON string") << "\"de\"" << QJsonValue("de");
+        QTest::newRow("JSON string of digits") << "\"12\"" << QJsonValue("12");
+        QTest::newRow("list") << "[\"org.a\", \"org.b\"]" << QJsonValue(QJsonArray{"org.a", "org.b"});
+        QTest::newRow("empty list") << "[]" << QJsonValue(QJsonArray());
+        QTest::newRow("bare word") << "de" << QJsonValue("de");
+        QTest::newRow("bare words") << "two words" << QJsonValue("two words");
+        QTest::newRow("empty") << "" << QJsonValue("");
+        QTest::newRow("two values") << "1,2" << QJsonValue("1,2");
+        QTest::newRow("broken list") << "[1" << QJsonValue("[1");
+        QTest::newRow("no way out of the wrapping") << "1],[2" << QJsonValue("1],[2");
+    }
+    void configValues()
+    {
+        QFETCH(QString, text);
+        QFETCH(QJsonValue, value);
+        QCOMPARE(CommandLine::configValue(text), value);
+    }
+
+    void listPasteQuitAndConfigNeedARunningInstance()
+    {
+        for (Kind kind : {Kind::list, Kind::paste, Kind::quit, Kind::config})
             QVERIFY((ShellCommand{kind, 1, {}}.needsRunningInstance()));
-        for (Kind kind : {Kind::launch, Kind::toggle, Kind::show, Kind::pause, Kind::resume, Kind::openURL})
+        // sign-in and sign-out start Stashwell, as toggle does.
+        for (Kind kind :
+             {Kind::launch, Kind::toggle, Kind::show, Kind::pause, Kind::resume, Kind::openURL, Kind::signIn, Kind::signOut})
             QVERIFY(!(ShellCommand{kind, 0, {}}.needsRunningInstance()));
     }
 
     void requestsRoundTrip()
     {
         const QList<QStringList> commands{{}, {"toggle"}, {"show"}, {"pause"}, {"resume"}, {"list"},
-                                          {"paste", "7"}, {"quit"}, {"stashwell://auth?code=a%20b&state=%26"}};
+                                          {"paste", "7"}, {"quit"}, {"stashwell://auth?code=a%20b&state=%26"},
+                                          {"config"}, {"config", "historyLimit"}, {"config", "historyLimit", "321"},
+                                          {"config", "languageCode", "null"}, {"config", "languageCode", "de"},
+                                          {"config", "excludedBundleIDs", "[\"a\",\"b\"]"}, {"sign-in"}, {"sign-out"}};
         for (const QStringList &args : commands) {
             const ShellCommand command = parsed(args);
             const QByteArray line = command.toRequest();
@@ -105,7 +156,9 @@ private slots:
                                  "{\"command\":\"paste\"}", "{\"command\":\"paste\",\"index\":0}",
                                  "{\"command\":\"paste\",\"index\":1.5}", "{\"command\":\"paste\",\"index\":\"2\"}",
                                  "{\"command\":\"url\",\"url\":\"https://evil.example/\"}",
-                                 "{\"command\":\"url\"}", "{\"command\":7}"})
+                                 "{\"command\":\"url\"}", "{\"command\":7}",
+                                 "{\"command\":\"config\",\"value\":1}", "{\"command\":\"config\",\"key\":5}",
+                                 "{\"command\":\"config\",\"key\":\"\",\"value\":true}"})
             QVERIFY2(!ShellCommand::fromRequest(line), line);
     }
 
@@ -121,7 +174,8 @@ private slots:
 
     void usageNamesEveryCommand()
     {
-        for (const char *word : {"toggle", "show", "pause", "resume", "list", "paste N", "quit", "stashwell://"})
+        for (const char *word : {"toggle", "show", "pause", "resume", "list", "paste N", "quit", "config KEY VALUE",
+                                 "sign-in", "sign-out", "stashwell://"})
             QVERIFY(CommandLine::usage().contains(QLatin1String(word)));
     }
 };

@@ -229,8 +229,8 @@ private slots:
     void corruptAndExpiredLinesAreDroppedFromTheBatch()
     {
         make();
-        writeFile(queuePath(), "not json\n" + eventAt(clock->now().addDays(-8), 0) + "\n{\"n\":\"no time\"}\n[1]\n" +
-                                   eventAt(clock->now(), 1) + '\n');
+        QVERIFY(writeFile(queuePath(), "not json\n" + eventAt(clock->now().addDays(-8), 0) + "\n{\"n\":\"no time\"}\n[1]\n"
+                                           + eventAt(clock->now(), 1) + '\n'));
         QVERIFY(reporter->flushNow(true));
         QCOMPARE(server->count(), 1);
         QCOMPARE(sentEvents(0).size(), 1);

@@ -129,6 +129,8 @@ private slots:
         QVERIFY(first.listen());
         first.setHandler([this](const ShellCommand &c) {
             m_received << c;
+            if (c.kind == ShellCommand::Kind::config)
+                return ShellReply{false, QStringLiteral("Unknown setting: x\n"), true};
             return c.kind == ShellCommand::Kind::paste ? ShellReply{false, QStringLiteral("No entry 9\n")} : ShellReply{};
         });
 
@@ -137,15 +139,19 @@ private slots:
                  std::optional(0));
         QCOMPARE(offThread([&] { return second.claim(command(ShellCommand::Kind::paste, 9), outStream, errStream); }),
                  std::optional(1));
+        QCOMPARE(offThread([&] { return second.claim(command(ShellCommand::Kind::config), outStream, errStream); }),
+                 std::optional(2)); // used wrongly, as for a bad command line
         errStream.flush();
-        QCOMPARE(err, QStringLiteral("No entry 9\n"));
-        QCOMPARE(m_received, (QList{command(ShellCommand::Kind::show), command(ShellCommand::Kind::paste, 9)}));
+        QCOMPARE(err, QStringLiteral("No entry 9\nUnknown setting: x\n"));
+        QCOMPARE(m_received, (QList{command(ShellCommand::Kind::show), command(ShellCommand::Kind::paste, 9),
+                                    command(ShellCommand::Kind::config)}));
         QVERIFY(!second.isListening());
     }
 
-    void listPasteAndQuitFailWhenNothingRuns()
+    void listPasteQuitAndConfigFailWhenNothingRuns()
     {
-        for (ShellCommand::Kind kind : {ShellCommand::Kind::list, ShellCommand::Kind::paste, ShellCommand::Kind::quit}) {
+        for (ShellCommand::Kind kind : {ShellCommand::Kind::list, ShellCommand::Kind::paste, ShellCommand::Kind::quit,
+                                        ShellCommand::Kind::config}) {
             QString out, err;
             QTextStream outStream(&out), errStream(&err);
             SingleInstance alone(path());
