@@ -36,7 +36,6 @@
 namespace {
 
 Q_LOGGING_CATEGORY(usageLog, "stashwell.usage", QtWarningMsg)
-Q_LOGGING_CATEGORY(bridgeLog, "stashwell.bridge", QtWarningMsg)
 
 // Usage events go to the improvement reporter (Part 7.1); QT_LOGGING_RULES=stashwell.usage.info=true
 // also shows them on standard error.
@@ -138,7 +137,7 @@ SkyletBridge &SkyletBridge::shared()
 {
     static auto *bridge = [] {
         SkyletBridgeOptions options;
-        options.log = [](const QString &line) { qCInfo(bridgeLog).noquote() << line; };
+        options.log = [](const QString &line) { DebugLog::log(line); }; // the tester log (Part 7.3)
         return new SkyletBridge(
             HistoryStore::shared(), L10n::shared(), Clock::system(),
             [](const QString &trigger) { PaletteController::shared().show(trigger); },
@@ -186,7 +185,6 @@ DebugLog &DebugLog::shared()
 TesterMode &TesterMode::shared()
 {
     static auto *tester = [] {
-        AppMessageLog::install(); // in case the entry did not install it first
         auto *systemLog = new OwnProcessLog(AppMessageLog::instance());
         TesterModeOptions options;
         options.exportUnifiedLog = [systemLog](const QDateTime &since) { return systemLog->exportSince(since); };

@@ -5,6 +5,7 @@
 #include "app/ShellCommands.h"
 #include "app/SingleInstance.h"
 #include "capture/HistoryStore.h"
+#include "diagnostics/AppMessageLog.h"
 #include "cloud/CloudAccount.h"
 #include "l10n/FrameworkLanguage.h"
 #include "palette/PaletteController.h"
@@ -29,6 +30,7 @@ int main(int argc, char *argv[])
     if (const auto exitCode = instance.claim(*parsed.command, out, err))
         return *exitCode;
 
+    AppMessageLog::install(); // the own-process log of Part 7.3 where there is no journal
     AppDelegate::applyLanguageOverride(DefaultsStore::shared());
 
     QApplication app(argc, argv);

@@ -3,6 +3,7 @@
 #include "e2e/XSession.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalServer>
@@ -118,6 +119,10 @@ private slots:
         x->run(QStringLiteral("xdotool"), {"key", "Return"});
         QVERIFY(zenity->waitForFinished(5000));
         QCOMPARE(QString::fromUtf8(zenity->readAllStandardOutput()).trimmed(), QStringLiteral("pasted by the companion"));
+        // The command is in the tester log (Part 5.2 handle step 1, Part 7.3).
+        QFile testerLog(x->diagnosticsDir() + QStringLiteral("/tester.log"));
+        QVERIFY(testerLog.open(QIODevice::ReadOnly));
+        QVERIFY(testerLog.readAll().contains(QStringLiteral("skylet command action=- item=%1\n").arg(id).toUtf8()));
     }
 
     void theCompanionComingBackIsReconnectedWithinOneTick()
