@@ -51,6 +51,13 @@ private:
         return QUrlQuery(browser.opened.last()).queryItemValue(QStringLiteral("state"));
     }
 
+    // A sign-in started and its callback handed back with the code "c": true when the exchange started.
+    bool startAndCallBack(CloudAccount &account)
+    {
+        account.signIn();
+        return account.handleCallback(callback(QStringLiteral("c"), openedState()));
+    }
+
     void signInStored(const QString &token = QStringLiteral("tok"))
     {
         keychain.items = {{KeychainItem::token, token},
@@ -272,8 +279,7 @@ private slots:
     {
         keychain.items = {{KeychainItem::deviceID, QStringLiteral("KEEP-ME")}};
         auto account = makeAccount();
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QTRY_COMPARE(server->count(), 1);
         QCOMPARE(server->requests().first().json().value(QStringLiteral("deviceId")).toString(),
                  QStringLiteral("KEEP-ME"));
@@ -284,8 +290,7 @@ private slots:
         server->setRoute("POST", "/api/app/token", HttpAnswer::json({{QStringLiteral("token"), QStringLiteral("T")}}));
         auto account = makeAccount();
         QSignalSpy changes(account.get(), &CloudAccount::stateChanged);
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QVERIFY(changes.wait(5000));
         QCOMPARE(account->state(), State::signedInAs(QString(), QStringLiteral("free")));
         QCOMPARE(keychain.items.value(KeychainItem::email), QString());
@@ -301,8 +306,7 @@ private slots:
                                            {QStringLiteral("tier"), QJsonValue::Null}}));
         auto account = makeAccount();
         QSignalSpy changes(account.get(), &CloudAccount::stateChanged);
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QVERIFY(changes.wait(5000));
         QCOMPARE(account->state(), State::signedInAs(QString(), QStringLiteral("free")));
     }
@@ -325,8 +329,7 @@ private slots:
         server->setRoute("POST", "/api/app/token", HttpAnswer{status, body});
         auto account = makeAccount();
         QSignalSpy changes(account.get(), &CloudAccount::stateChanged);
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QVERIFY(changes.wait(5000));
         QCOMPARE(changes.count(), 1);
         QCOMPARE(account->state(), State::signedOut());
@@ -337,8 +340,7 @@ private slots:
     {
         auto account = makeAccount(unreachableRoot());
         QSignalSpy changes(account.get(), &CloudAccount::stateChanged);
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QVERIFY(changes.wait(5000));
         QCOMPARE(account->state(), State::signedOut());
     }
@@ -351,8 +353,7 @@ private slots:
                                            {QStringLiteral("email"), QStringLiteral("bob@example.com")}}));
         auto account = makeAccount();
         QSignalSpy changes(account.get(), &CloudAccount::stateChanged);
-        account->signIn();
-        QVERIFY(account->handleCallback(callback(QStringLiteral("c"), openedState())));
+        QVERIFY(startAndCallBack(*account));
         QVERIFY(changes.wait(5000));
         QCOMPARE(account->state(), State::signedInAs(QStringLiteral("bob@example.com"), QStringLiteral("free")));
         QCOMPARE(keychain.items.value(KeychainItem::token), QStringLiteral("new"));

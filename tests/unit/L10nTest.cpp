@@ -65,11 +65,8 @@ private slots:
     {
         QTest::addColumn<QStringList>("system");
         QTest::addColumn<AppLanguage>("expected");
-        QTest::newRow("en-GB") << QStringList{"en-GB"} << AppLanguage::en;
+        // The resolution itself is AppLanguageTest's; here: bootstrap goes through it.
         QTest::newRow("pt-PT") << QStringList{"pt-PT"} << AppLanguage::ptBR;
-        QTest::newRow("zh-Hant-TW") << QStringList{"zh-Hant-TW"} << AppLanguage::zhHant;
-        QTest::newRow("zh-HK") << QStringList{"zh-HK"} << AppLanguage::zhHant;
-        QTest::newRow("zh-Hans-CN") << QStringList{"zh-Hans-CN"} << AppLanguage::zhHans;
         QTest::newRow("sv-SE, fr-FR") << QStringList{"sv-SE", "fr-FR"} << AppLanguage::fr;
         QTest::newRow("sv-SE") << QStringList{"sv-SE"} << AppLanguage::en;
     }
