@@ -11,8 +11,6 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryDir>
 #include <cstdio>
 
@@ -110,8 +108,7 @@ int main(int argc, char *argv[])
     }
     QDir().mkpath(x.historyDir());
     QFile::copy(store.fileURL(), x.historyDir() + QStringLiteral("/history.json"));
-    QJsonObject values{{"historyLimit", historySize}, {"launchAtLogin", false}};
-    x.writeFile(x.defaultsFile(), QJsonDocument(values).toJson());
+    x.setDefaults({{"historyLimit", historySize}, {"launchAtLogin", false}}); // the guide stays done
     if (!x.startStashwell()) {
         std::printf("idle RSS: stashwell did not start\n");
         return 1;
