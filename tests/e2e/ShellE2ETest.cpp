@@ -13,12 +13,7 @@ class ShellE2ETest : public QObject {
     void key(const QString &keys) const { x->run(QStringLiteral("xdotool"), {"key", "--delay", "60", keys}); }
     bool popupShown(bool shown) const
     {
-        for (int waited = 0; waited < 5000; waited += 50) {
-            if (x->stashwellHasVisiblePopup() == shown)
-                return true;
-            QTest::qWait(50);
-        }
-        return false;
+        return XSession::waitFor([&] { return x->stashwellHasVisiblePopup() == shown; }, 5000);
     }
     void seed(const QString &text)
     {

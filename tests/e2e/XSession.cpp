@@ -18,7 +18,10 @@ QString freeDisplay()
             return QStringLiteral(":%1").arg(n);
 }
 
-bool waitFor(const std::function<bool()> &condition, int timeoutMs)
+
+} // namespace
+
+bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
 {
     for (int waited = 0; waited < timeoutMs; waited += 25) {
         if (condition())
@@ -27,8 +30,6 @@ bool waitFor(const std::function<bool()> &condition, int timeoutMs)
     }
     return condition();
 }
-
-} // namespace
 
 XSession::XSession()
 {
@@ -250,11 +251,15 @@ void XSession::writeFile(const QString &path, const QByteArray &bytes) const
         file.write(bytes);
 }
 
-void XSession::setDefaults(const QJsonObject &values) const
+QJsonObject XSession::defaults() const
 {
     QFile file(defaultsFile());
-    QJsonObject merged = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-    file.close();
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+}
+
+void XSession::setDefaults(const QJsonObject &values) const
+{
+    QJsonObject merged = defaults();
     for (auto it = values.begin(); it != values.end(); ++it)
         merged.insert(it.key(), it.value());
     writeFile(defaultsFile(), QJsonDocument(merged).toJson());
