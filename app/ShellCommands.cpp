@@ -4,6 +4,7 @@
 #include "capture/HistoryStore.h"
 #include "cloud/CloudAccount.h"
 #include "common/OrderedJson.h"
+#include "common/SingleLine.h"
 #include "palette/PaletteController.h"
 
 #include <QLoggingCategory>
@@ -11,15 +12,6 @@
 
 namespace {
 Q_LOGGING_CATEGORY(shellLog, "stashwell.shell", QtWarningMsg)
-
-QString oneLine(QString title)
-{
-    for (QChar &c : title)
-        if (c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QLatin1Char('\t') || c == QChar::LineSeparator
-            || c == QChar::ParagraphSeparator)
-            c = QLatin1Char(' ');
-    return title;
-}
 
 QString json(const QJsonValue &value)
 {
@@ -46,7 +38,7 @@ QString ShellCommands::listing(const QList<ClipItem> &items)
 {
     QString text;
     for (qsizetype i = 0; i < items.size(); ++i)
-        text += QStringLiteral("%1\t%2\n").arg(i + 1).arg(oneLine(items[i].displayTitle()));
+        text += QStringLiteral("%1\t%2\n").arg(i + 1).arg(singleLine(items[i].displayTitle()));
     return text;
 }
 
@@ -108,7 +100,7 @@ ShellReply ShellCommands::config(const QString &key, const QJsonValue &value)
         return {true, text};
     }
     if (!AppSettings::keys().contains(key))
-        return usageError(QStringLiteral("Unknown setting: %1 (`stashwell config` lists them).").arg(oneLine(key)));
+        return usageError(QStringLiteral("Unknown setting: %1 (`stashwell config` lists them).").arg(singleLine(key)));
     if (value.isUndefined())
         return {true, json(m_settings.value(key)) + QLatin1Char('\n')};
     if (!m_settings.setValue(key, value))

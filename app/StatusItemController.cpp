@@ -4,6 +4,7 @@
 #include "app/AppSettings.h"
 #include "capture/HistoryStore.h"
 #include "common/Graphemes.h"
+#include "common/SingleLine.h"
 #include "l10n/L10n.h"
 #include "palette/PaletteController.h"
 
@@ -18,12 +19,7 @@ namespace {
 // A menu title: one line, and "&" is not a mnemonic marker.
 QString menuTitle(const QString &text)
 {
-    QString title = text;
-    for (QChar &c : title)
-        if (c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QLatin1Char('\t') || c == QChar::LineSeparator
-            || c == QChar::ParagraphSeparator)
-            c = QLatin1Char(' ');
-    return title.replace(QLatin1Char('&'), QStringLiteral("&&"));
+    return singleLine(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 QIcon thumbnailIcon(const QImage &thumbnail)
