@@ -52,13 +52,6 @@ SystemClipboard &clipboard()
     return *instance;
 }
 
-// XTest key posting: the paste (Part 4.1) and the accessibility check (Parts 8.1, 9.1).
-X11KeyPoster &keyPoster()
-{
-    static auto *instance = new X11KeyPoster;
-    return *instance;
-}
-
 X11ActiveWindow &activeWindow()
 {
     static X11ActiveWindow instance;
@@ -117,8 +110,9 @@ GlobalHotKey &GlobalHotKey::shared()
 // Part 4.1: where an entry becomes a paste.
 PasteService &PasteService::shared()
 {
+    static auto *keys = new X11KeyPoster;
     static auto *reader = new X11ClipboardSnapshotReader;
-    static auto *service = new PasteService(clipboard(), keyPoster(), *reader, ClipboardMonitor::shared(),
+    static auto *service = new PasteService(clipboard(), *keys, *reader, ClipboardMonitor::shared(),
                                             HistoryStore::shared(), AppSettings::shared());
     return *service;
 }
@@ -280,7 +274,8 @@ CloudSync &CloudSync::shared()
 // desktop's accessibility settings. "Trusted" is XTest being present.
 AccessibilityGrant &AccessibilityGrant::shared()
 {
-    static auto *permission = new DesktopAccessibilityPermission(keyPoster(), L10n::shared());
+    static auto *keys = new X11KeyPoster;
+    static auto *permission = new DesktopAccessibilityPermission(*keys, L10n::shared());
     static auto *grant = new AccessibilityGrant(*permission);
     return *grant;
 }
