@@ -50,7 +50,9 @@ private slots:
                                           {"search", "--onlyvisible", "--pid", QString::number(x->stashwell()->processId())});
         QVERIFY2(windows.trimmed().isEmpty(), windows.constData());
         // First start: launch at login is on and registered.
-        QCOMPARE(x->defaults()["launchAtLogin"], QJsonValue(true));
+        QFile defaults(x->defaultsFile());
+        QVERIFY(defaults.open(QIODevice::ReadOnly));
+        QCOMPARE(QJsonDocument::fromJson(defaults.readAll())["launchAtLogin"], QJsonValue(true));
         QVERIFY(QFile::exists(x->configDir() + "/autostart/com.norvane.Stashwell.desktop"));
         QCOMPARE(QFileInfo(x->historyDir()).permissions() & privateMask(), 0);
     }

@@ -11,6 +11,7 @@
 #include "server/ReferenceServerProcess.h"
 #include "server/SignInBrowser.h"
 
+#include <QJsonDocument>
 #include <QtTest>
 #include <memory>
 
@@ -24,15 +25,21 @@ struct ServiceRecord {
     QString blob;
 };
 
+QJsonObject defaultsOf(const XSession &machine)
+{
+    QFile file(machine.defaultsFile());
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+}
+
 qint64 baseVersionOf(const XSession &machine)
 {
-    return machine.defaults().value(QStringLiteral("cloudSyncBaseVersion")).toInteger();
+    return defaultsOf(machine).value(QStringLiteral("cloudSyncBaseVersion")).toInteger();
 }
 
 // Written last when a push is committed or a remote blob applied: a sync is over once it changed.
 QString lastBlobOf(const XSession &machine)
 {
-    return machine.defaults().value(QStringLiteral("cloudSyncLastBlob")).toString();
+    return defaultsOf(machine).value(QStringLiteral("cloudSyncLastBlob")).toString();
 }
 
 SyncPayload decoded(const QString &blob)
@@ -147,7 +154,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(lastBlobOf(b), first.blob, syncTimeoutMs);
         QCOMPARE(baseVersionOf(b), qint64(1));
         QCOMPARE(config(b, {"historyLimit"}), QStringLiteral("321\n"));
-        QCOMPARE(b.defaults().value(QStringLiteral("historyLimit")), QJsonValue(321));
+        QCOMPARE(defaultsOf(b).value(QStringLiteral("historyLimit")), QJsonValue(321));
         QCOMPARE(serviceRecord().version, qint64(1)); // and B sent nothing back
 
         // A live change on A goes up after the push delay.
@@ -165,7 +172,7 @@ private slots:
         QCOMPARE(config(b, {"moveToTopOnPaste"}), QStringLiteral("false\n"));
         QCOMPARE(config(b, {"clearOnQuit"}), QStringLiteral("false\n"));
         QCOMPARE(config(b, {"historyLimit"}), QStringLiteral("321\n"));
-        QCOMPARE(b.defaults().value(QStringLiteral("clearOnQuit")), QJsonValue(false));
+        QCOMPARE(defaultsOf(b).value(QStringLiteral("clearOnQuit")), QJsonValue(false));
 
         const ServiceRecord last = serviceRecord(); // still A's: B's push did not land
         QCOMPARE(last.version, qint64(2));

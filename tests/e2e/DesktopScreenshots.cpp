@@ -75,7 +75,9 @@ bool start(XSession &x)
 {
     if (!x.startStashwell())
         return false;
-    return XSession::waitFor([&] { return !x.stashwellTrayIcon().isEmpty(); }, 5000);
+    for (int waited = 0; waited < 5000 && x.stashwellTrayIcon().isEmpty(); waited += 100)
+        QTest::qWait(100);
+    return !x.stashwellTrayIcon().isEmpty();
 }
 
 } // namespace

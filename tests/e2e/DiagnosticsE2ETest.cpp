@@ -35,6 +35,11 @@ class DiagnosticsE2ETest : public QObject {
                 return event["p"].toObject();
         return {};
     }
+    QJsonObject storedDefaults() const
+    {
+        QFile file(x->defaultsFile());
+        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    }
 
 private slots:
     void initTestCase()
@@ -70,7 +75,7 @@ private slots:
         QCOMPARE(report["app"].toString(), QStringLiteral("stashwell"));
         QCOMPARE(report["signal"].toInt(), SIGSEGV);
         QCOMPARE(report["exceptionType"].toInt(), 1); // EXC_BAD_ACCESS
-        QCOMPARE(report["installID"].toString(), x->defaults()["crashInstallID"].toString());
+        QCOMPARE(report["installID"].toString(), storedDefaults()["crashInstallID"].toString());
         QVERIFY(!report["installID"].toString().isEmpty());
         QCOMPARE(report["osVersion"].toString(), QSysInfo::prettyProductName());
         const QJsonArray frames = QJsonDocument::fromJson(report["callStack"].toString().toUtf8())
@@ -97,7 +102,7 @@ private slots:
         QCOMPARE(server->count("/api/improve"), 1); // sent before the process ended
         const QJsonObject body = server->requests("/api/improve")[0].json();
         QCOMPARE(body["app"].toString(), QStringLiteral("stashwell"));
-        QCOMPARE(body["installID"].toString(), x->defaults()["crashInstallID"].toString());
+        QCOMPARE(body["installID"].toString(), storedDefaults()["crashInstallID"].toString());
         const QJsonObject skipped = propertiesOf(receivedEvents(), "capture.skipped");
         QCOMPARE(propertiesOf(receivedEvents(), "app.env")["historyLimit"].toInt(), 500);
         QCOMPARE(skipped["reason"].toString(), QStringLiteral("paused"));

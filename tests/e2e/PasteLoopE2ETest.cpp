@@ -15,7 +15,12 @@ class PasteLoopE2ETest : public QObject {
     void type(const QString &text) const { x->run(QStringLiteral("xdotool"), {"type", "--delay", "30", text}); }
     bool paletteOpen(bool open) const
     {
-        return XSession::waitFor([&] { return x->stashwellHasVisibleWindow() == open; }, 5000);
+        for (int waited = 0; waited < 5000; waited += 50) {
+            if (x->stashwellHasVisibleWindow() == open)
+                return true;
+            QTest::qWait(50);
+        }
+        return false;
     }
     QStringList texts() const
     {

@@ -13,7 +13,12 @@ class ShellE2ETest : public QObject {
     void key(const QString &keys) const { x->run(QStringLiteral("xdotool"), {"key", "--delay", "60", keys}); }
     bool popupShown(bool shown) const
     {
-        return XSession::waitFor([&] { return x->stashwellHasVisiblePopup() == shown; }, 5000);
+        for (int waited = 0; waited < 5000; waited += 50) {
+            if (x->stashwellHasVisiblePopup() == shown)
+                return true;
+            QTest::qWait(50);
+        }
+        return false;
     }
     void seed(const QString &text)
     {

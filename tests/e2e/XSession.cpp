@@ -18,10 +18,7 @@ QString freeDisplay()
             return QStringLiteral(":%1").arg(n);
 }
 
-
-} // namespace
-
-bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
+bool waitFor(const std::function<bool()> &condition, int timeoutMs)
 {
     for (int waited = 0; waited < timeoutMs; waited += 25) {
         if (condition())
@@ -30,6 +27,8 @@ bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
     }
     return condition();
 }
+
+} // namespace
 
 XSession::XSession()
 {
@@ -251,15 +250,11 @@ void XSession::writeFile(const QString &path, const QByteArray &bytes) const
         file.write(bytes);
 }
 
-QJsonObject XSession::defaults() const
-{
-    QFile file(defaultsFile());
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-}
-
 void XSession::setDefaults(const QJsonObject &values) const
 {
-    QJsonObject merged = defaults();
+    QFile file(defaultsFile());
+    QJsonObject merged = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    file.close();
     for (auto it = values.begin(); it != values.end(); ++it)
         merged.insert(it.key(), it.value());
     writeFile(defaultsFile(), QJsonDocument(merged).toJson());

@@ -9,7 +9,6 @@
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
-#include <functional>
 #include <memory>
 
 class XSession {
@@ -43,11 +42,7 @@ public:
     template <typename Pred> QJsonArray waitForHistory(Pred ready, int timeoutMs = 5000) const;
 
     void writeFile(const QString &path, const QByteArray &bytes) const;
-    QJsonObject defaults() const;                      // defaults.json as stored (empty when absent)
     void setDefaults(const QJsonObject &values) const; // merged into defaults.json
-
-    // Polls `condition` until it holds, at most `timeoutMs`; whether it held.
-    static bool waitFor(const std::function<bool()> &condition, int timeoutMs);
 
     // Window state as the window manager sees it.
     QString activeWindow() const; // _NET_ACTIVE_WINDOW
@@ -113,6 +108,11 @@ private:
 template <typename Pred> QJsonArray XSession::waitForHistory(Pred ready, int timeoutMs) const
 {
     QJsonArray items;
-    waitFor([&] { return ready(items = history()); }, timeoutMs);
+    for (int waited = 0; waited <= timeoutMs; waited += 50) {
+        items = history();
+        if (ready(items))
+            return items;
+        QTest::qWait(50);
+    }
     return items;
 }
