@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.4 `showAbout`: the standard about panel: icon, "Stashwell", version and build.
+// The about panel of the tray menu: icon, "Stashwell", version and build.
 #include <QPointer>
 
 class L10n;

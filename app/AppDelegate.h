@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.1: starts the long-lived services in their launch order and flushes the history at quit.
+// Starts the long-lived services in their launch order and flushes the history at quit.
 #include <QObject>
 #include <QTimer>
 #include <QUrl>
@@ -14,7 +14,8 @@ public:
     explicit AppDelegate(AppSettings &settings, QObject *parent = nullptr);
     ~AppDelegate() override;
 
-    // Entry step 1: make "AppleLanguages" follow the stored interface-language override.
+    // First thing at process start: make "AppleLanguages" follow the stored interface-language
+    // override ("languageCode"), or remove it when there is none.
     static void applyLanguageOverride(DefaultsStore &defaults);
 
     void applicationDidFinishLaunching();

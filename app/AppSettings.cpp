@@ -69,7 +69,7 @@ struct AppSettings::Property {
     }
 };
 
-// Part 2.2's table, in its order.
+// Every preference with its defaults key; `stashwell config` lists them in this order.
 const QList<AppSettings::Property> &AppSettings::properties()
 {
     using S = AppSettings;

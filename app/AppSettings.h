@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.2: the user's preferences, each mirrored to the defaults key of the same name.
+// The user's preferences, each mirrored to the defaults key of the same name.
 #include <QJsonValue>
 #include <QList>
 #include <QObject>
@@ -62,7 +62,7 @@ public:
     // The "app.env" snapshot for the improvement reporter.
     QVariantMap environmentProps() const;
 
-    // Part 7.1 hooks its queue clearing here: run when improveDataSharing becomes false.
+    // The improvement reporter clears its queue here: run when improveDataSharing becomes false.
     std::function<void()> discardUnsentStatistics;
 
 signals:

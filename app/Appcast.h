@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.6: the update feed, a Sparkle appcast (RSS 2.0 with the Sparkle namespace).
+// The update feed, a Sparkle appcast (RSS 2.0 with the Sparkle namespace).
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -8,7 +8,7 @@
 
 struct AppcastItem {
     QString title;
-    QString version;        // sparkle:version: compared with the build number (CFBundleVersion)
+    QString version;        // sparkle:version: compared with the build number
     QString displayVersion; // sparkle:shortVersionString, else the version
     QUrl downloadURL;       // the enclosure's url
     QUrl infoURL;           // <link> (informational updates without an enclosure)

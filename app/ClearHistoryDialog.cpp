@@ -20,7 +20,7 @@ void ClearHistoryDialog::configure(QMessageBox &box, L10n &l10n)
     box.setWindowTitle(QStringLiteral("Stashwell"));
     box.setText(l10n.string(QStringLiteral("clear.title")));
     box.setInformativeText(l10n.string(QStringLiteral("clear.body")));
-    // One role for all three keeps them in the Part's order whatever the desktop's button layout.
+    // One role for all three keeps them in the order added whatever the desktop's button layout.
     QPushButton *keep = box.addButton(l10n.string(QStringLiteral("clear.keepPins")), QMessageBox::ActionRole);
     box.addButton(l10n.string(QStringLiteral("clear.all")), QMessageBox::ActionRole);
     QPushButton *cancel = box.addButton(l10n.string(QStringLiteral("common.cancel")), QMessageBox::ActionRole);

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.4: the clear-history question (also offered by the history settings, Part 8.1).
+// The clear-history question of the tray menu (also offered by the history settings).
 #include <functional>
 
 class HistoryStore;

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.4: the tray icon's drawing. The clipboard glyph in a light tint with a faint dark
+// The tray icon's drawing. The clipboard glyph in a light tint with a faint dark
 // rim, so that it reads on dark and light panels alike (no template tinting on Linux); a
 // paused recorder draws it at alpha 0.45.
 #include <QIcon>

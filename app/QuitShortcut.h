@@ -1,8 +1,8 @@
 #pragma once
-// Part 2.1's main menu (`installEditMenu`) on Linux. Qt's text widgets bind the editing keys
-// of its "Edit" submenu (undo, redo, cut, copy, paste, select all) by themselves, so what is
-// left is the quit item: Ctrl+Q (Command-Q, PLATFORM.md key map) in any window of the
-// application quits it. Not in the palette: a popup passes its keys to Part 3.2's handler.
+// The application's keyboard commands besides the palette's. Qt's text widgets bind the
+// editing keys (undo, redo, cut, copy, paste, select all) by themselves, so what is left is
+// quitting: Ctrl+Q in any window of the application quits it. Not while a popup such as the
+// palette is open: the popup gets its keys for its own handling.
 #include <QObject>
 #include <functional>
 

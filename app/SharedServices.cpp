@@ -1,6 +1,6 @@
 // The composition root: every service's process-wide instance, created on first use with its
-// real collaborators and never destroyed (the spec's rule; it also keeps widgets from being
-// torn down after the application object). Tests build the same classes with fakes instead.
+// real collaborators and never destroyed (so none is gone while another still uses it, and no
+// widget is torn down after the application object). Tests build the same classes with fakes instead.
 #include "app/AppSettings.h"
 #include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
@@ -37,7 +37,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(usageLog, "stashwell.usage", QtWarningMsg)
 
-// Usage events go to the improvement reporter (Part 7.1); QT_LOGGING_RULES=stashwell.usage.info=true
+// Usage events go to the improvement reporter; QT_LOGGING_RULES=stashwell.usage.info=true
 // also shows them on standard error.
 void recordUsage(const QString &name, const QVariantMap &properties)
 {
@@ -77,7 +77,7 @@ HistoryStore &HistoryStore::shared()
     return *store;
 }
 
-// Part 1.2: where a copy becomes a capture, then an entry.
+// Where a copy becomes a capture, then an entry.
 ClipboardMonitor &ClipboardMonitor::shared()
 {
     static auto *monitor =
@@ -85,7 +85,7 @@ ClipboardMonitor &ClipboardMonitor::shared()
     return *monitor;
 }
 
-// Part 2.5: Qt's own texts come from the "qtbase" catalogue (qt6-translations-l10n).
+// Qt's own texts come from the "qtbase" catalogue (qt6-translations-l10n).
 FrameworkLanguage &FrameworkLanguage::shared()
 {
     static auto *framework = new FrameworkLanguage(
@@ -107,7 +107,7 @@ GlobalHotKey &GlobalHotKey::shared()
     return *hotKey;
 }
 
-// Part 4.1: where an entry becomes a paste.
+// Where an entry becomes a paste.
 PasteService &PasteService::shared()
 {
     static auto *keys = new X11KeyPoster;
@@ -132,12 +132,12 @@ PaletteController &PaletteController::shared()
     return *controller;
 }
 
-// Part 5.2: its command lines go to "stashwell.bridge" until the debug log (Part 7.3) exists.
+// The companion bridge; each command it carries out is written to the tester log.
 SkyletBridge &SkyletBridge::shared()
 {
     static auto *bridge = [] {
         SkyletBridgeOptions options;
-        options.log = [](const QString &line) { DebugLog::log(line); }; // the tester log (Part 7.3)
+        options.log = [](const QString &line) { DebugLog::log(line); };
         return new SkyletBridge(
             HistoryStore::shared(), L10n::shared(), Clock::system(),
             [](const QString &trigger) { PaletteController::shared().show(trigger); },
@@ -146,7 +146,7 @@ SkyletBridge &SkyletBridge::shared()
     return *bridge;
 }
 
-// Part 7.1: the queue is cleared when statistics are switched off; the worker thread
+// The statistics queue is cleared when statistics are switched off; the worker thread
 // re-reads the switch after each change (AppSettings emits before it writes).
 ImproveReporter &ImproveReporter::shared()
 {
@@ -167,7 +167,7 @@ ImproveReporter &ImproveReporter::shared()
     return *reporter;
 }
 
-// Part 7.2: crash files of earlier runs are delivered by start().
+// Crash files of earlier runs are delivered by start().
 CrashReporter &CrashReporter::shared()
 {
     static auto *reporter =
@@ -175,7 +175,7 @@ CrashReporter &CrashReporter::shared()
     return *reporter;
 }
 
-// Part 7.3.
+// The tester log.
 DebugLog &DebugLog::shared()
 {
     static auto *log = new DebugLog(Paths::diagnosticsDir(), Clock::system());
@@ -194,7 +194,7 @@ TesterMode &TesterMode::shared()
     return *tester;
 }
 
-// Part 2.4: the status item over the shared services (the application delegate builds it).
+// The tray icon over the shared services (the application delegate builds it).
 #include "app/StatusItemController.h"
 
 StatusItemController::StatusItemController(AppSettings &settings, QObject *parent)
@@ -203,7 +203,7 @@ StatusItemController::StatusItemController(AppSettings &settings, QObject *paren
 {
 }
 
-// Part 2.6: the appcast updater with its own dialog; the feed is the build's SUFeedURL.
+// The appcast updater with its own dialog; the feed is the build's BuildInfo::feedURL.
 #include "app/UpdateDialog.h"
 #include "app/UpdaterController.h"
 #include "BuildInfo.h"
@@ -219,8 +219,8 @@ UpdaterController &UpdaterController::shared()
     return *updater;
 }
 
-// Part 6.3: the Secret Service (QtKeychain), service "com.norvane.Stashwell".
-// Parts 6.1, 6.2: the account and the sync share one HTTP session; the web-service root is
+// The keychain is the Secret Service (QtKeychain), service "com.norvane.Stashwell".
+// The account and the sync share one HTTP session; the web-service root is
 // BuildInfo::serviceURL or $STASHWELL_SERVICE_URL (empty: sign-in is not available).
 #include "cloud/CloudAccount.h"
 #include "cloud/CloudSync.h"
@@ -260,7 +260,7 @@ CloudSync &CloudSync::shared()
 }
 
 
-// Parts 8.1 and 9.1: the settings window and the first-run guide.
+// The settings window and the first-run guide.
 #include "app/ClearHistoryDialog.h"
 #include "onboarding/OnboardingWindowController.h"
 #include "platform/DesktopEntries.h"

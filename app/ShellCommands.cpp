@@ -105,13 +105,13 @@ ShellReply ShellCommands::config(const QString &key, const QJsonValue &value)
         return {true, json(m_settings.value(key)) + QLatin1Char('\n')};
     if (!m_settings.setValue(key, value))
         return usageError(QStringLiteral("%1 takes %2, not %3.").arg(key, AppSettings::expectedType(key), json(value)));
-    // As the settings window does (Part 8.1): a smaller limit applies at once.
+    // As the settings window does: a smaller limit applies at once.
     if (key == QLatin1String("historyLimit") || key == QLatin1String("historyRetentionDays"))
         m_store.prune();
     return {};
 }
 
-// PLATFORM.md: without a web-service root nothing is sent, so there is no sign-in.
+// Without a web-service root nothing is sent, so there is no sign-in.
 ShellReply ShellCommands::signIn()
 {
     if (!m_account.isAvailable())

@@ -15,7 +15,7 @@ struct ClipItem;
 class ShellCommands {
 public:
     struct Actions {
-        std::function<void(const QUrl &)> openURL; // the URL callback route of Part 2.1
+        std::function<void(const QUrl &)> openURL; // AppDelegate::handleURL: stashwell:// callbacks
         std::function<void()> quit;                 // called after the reply is on its way
     };
 

@@ -1,5 +1,5 @@
 #pragma once
-// One Stashwell per user and display (PLATFORM.md "Open-URL Apple event, URL scheme"): the
+// One Stashwell per user and display, which also receives stashwell:// URLs and commands: the
 // first process listens on a private local socket; a later one hands its command over it,
 // prints the answer and exits. One JSON request line in, one JSON reply line out.
 #include "app/CommandLine.h"

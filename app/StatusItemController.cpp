@@ -53,7 +53,7 @@ StatusItemController::StatusItemController(HistoryStore &store, AppSettings &set
     connect(m_statusItem, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         clicked(reason, QGuiApplication::queryKeyboardModifiers());
     });
-    // Pausing from the privacy settings or `stashwell pause` redraws at once (allowed by the Part).
+    // Pausing from the privacy settings or `stashwell pause` redraws the icon at once.
     connect(&m_settings, &AppSettings::changed, this, [this](const QString &key) {
         if (key == QLatin1String("monitoringPaused"))
             QMetaObject::invokeMethod(this, &StatusItemController::refreshIcon, Qt::QueuedConnection);

@@ -1,6 +1,6 @@
 #pragma once
-// Part 2.4: the tray icon and its menu. A plain click toggles the palette; a right click
-// (or Control = Super + click) opens a menu, built fresh each time, with the five most
+// The tray icon and its menu. A plain click toggles the palette; a right click
+// (or Super + click) opens a menu, built fresh each time, with the five most
 // recent entries and the application's commands.
 #include "app/ClearHistoryDialog.h"
 #include "app/MenuBarIcon.h"
@@ -28,7 +28,7 @@ public:
     explicit StatusItemController(AppSettings &settings, QObject *parent = nullptr);
 
     // Set by the application delegate. The update item is shown only while
-    // onCheckForUpdates is set (i.e. when a feed URL is configured, Part 2.6).
+    // onCheckForUpdates is set (i.e. when a feed URL is configured).
     std::function<void()> onShowOnboarding;
     std::function<void()> onShowSettings;
     std::function<void()> onCheckForUpdates;

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.6: the updater's own window (Sparkle's on macOS): "Checking…" with Cancel, then
+// The updater's own window: "Checking…" with Cancel, then
 // "up to date", "new version" (notes, release-notes link, Download / Skip / Later) or
 // "error". One window, reused; not modal.
 #include "app/UpdateUserDriver.h"

@@ -1,6 +1,5 @@
 #pragma once
-// Part 2.6: how the updater talks to the user (Sparkle's "user driver"). The real one is
-// UpdateDialog; tests record the calls.
+// How the updater talks to the user. The real one is UpdateDialog; tests record the calls.
 #include "app/Appcast.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 #pragma once
-// Part 2.6 on Linux (PLATFORM.md "Sparkle"): an appcast checker with Sparkle's three
-// operations: check now with its own dialog, a persisted automatic-check flag, and scheduled
-// background checks. Its state lives in the defaults store under Sparkle's key names.
+// The appcast updater: check now with its own dialog, a persisted automatic-check flag, and
+// scheduled background checks. Its state lives in the defaults store under the usual appcast
+// updater key names (SUEnableAutomaticChecks, SUScheduledCheckInterval, ...).
 #include "app/Appcast.h"
 #include "app/UpdateUserDriver.h"
 
@@ -20,14 +20,14 @@ class UpdaterController : public QObject {
     Q_OBJECT
 public:
     struct Config {
-        QUrl feedURL;          // SUFeedURL
-        QString version;       // CFBundleVersion: what the feed's sparkle:version is compared with
-        QString displayVersion; // CFBundleShortVersionString: what the user is told
+        QUrl feedURL;          // the appcast's address
+        QString version;       // the build number: what the feed's sparkle:version is compared with
+        QString displayVersion; // the version the user is told
     };
     enum class Outcome { upToDate, updateFound, error, cancelled };
     Q_ENUM(Outcome)
 
-    static constexpr qint64 defaultCheckInterval = 86400; // seconds, Sparkle's default
+    static constexpr qint64 defaultCheckInterval = 86400; // seconds: daily
     static constexpr qint64 minimumCheckInterval = 3600;
     static constexpr int launchDelayMs = 10000;  // a due check waits this long after launch
     static constexpr qint64 maxFeedBytes = 8 * 1024 * 1024;
@@ -37,11 +37,11 @@ public:
                       QObject *parent = nullptr);
     ~UpdaterController() override;
     static UpdaterController &shared();
-    // Whether this build declares a feed (SUFeedURL): the menu item and the about tab's row
+    // Whether this build declares a feed (BuildInfo::feedURL): the menu item and the about tab's row
     // exist only then.
     static bool hasFeed();
 
-    // Starts the scheduled checks (launch step 7).
+    // Starts the scheduled checks (at launch, after the first-run guide).
     void start();
     // "Check for Updates…": the user asked; the dialog shows progress and the result.
     void checkForUpdates();

@@ -1,7 +1,6 @@
 #pragma once
-// Part 2.6: the updater's own texts. Sparkle brings its windows' texts in its own
-// localisations, outside the application's catalogue (whose keys are exactly those of
-// Part 2.5); this table plays that role for the update dialog, in the fourteen languages.
+// The update dialog's own texts, in the fourteen languages. They are kept apart from the
+// application's catalogue, which holds only the interface's own keys.
 #include "l10n/AppLanguage.h"
 
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
-// Part 2.6: Sparkle's standard version comparison, so that an appcast written for Sparkle
-// orders versions here as it does there: "1.10" > "1.9", "1.0" > "1.0b1", "1.0.1" > "1.0".
+// The version comparison appcast updaters share, so that a feed written for them orders
+// versions here as it does elsewhere: "1.10" > "1.9", "1.0" > "1.0b1", "1.0.1" > "1.0".
 #include <QString>
 
 namespace VersionComparator {

@@ -1,4 +1,4 @@
-// Process entry (Part 2.1): a tray agent with no window and no task-bar entry.
+// Process entry: a tray agent with no window and no task-bar entry.
 #include "app/AppDelegate.h"
 #include "app/AppSettings.h"
 #include "app/CommandLine.h"
@@ -30,7 +30,7 @@ int main(int argc, char *argv[])
     if (const auto exitCode = instance.claim(*parsed.command, out, err))
         return *exitCode;
 
-    AppMessageLog::install(); // the own-process log of Part 7.3 where there is no journal
+    AppMessageLog::install(); // keeps our own messages for the tester mode's log export
     AppDelegate::applyLanguageOverride(DefaultsStore::shared());
 
     QApplication app(argc, argv);

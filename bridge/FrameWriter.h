@@ -1,11 +1,11 @@
 #pragma once
-// Part 5.2 "send": the outgoing side of the socket's framing.
+// The outgoing side of the companion socket's framing.
 #include <QByteArray>
 #include <functional>
 
-// Holds frames (a message plus its line feed) until the socket has taken them whole
-// (Part 5.2 "Left to the implementer": a short write is continued, never abandoned midway,
-// so the companion never sees half a frame followed by the next one).
+// Holds frames (a message plus its line feed) until the socket has taken them whole: a short
+// write is continued, never abandoned midway, so the companion never sees half a frame
+// followed by the next one.
 //
 // `drain` calls the write function with the unsent bytes until all are written. The write
 // function has the contract of ::write/::send: bytes written, or -1 with errno set. EINTR is

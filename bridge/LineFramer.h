@@ -1,5 +1,5 @@
 #pragma once
-// Part 5.2 "consume": the socket's byte stream cut into newline-terminated messages.
+// The companion socket's byte stream cut into newline-terminated messages.
 #include <QByteArray>
 #include <QByteArrayView>
 #include <optional>
@@ -8,7 +8,7 @@
 // the stream was split into reads. A line is the bytes before a line feed (10); a single
 // carriage return before the line feed is dropped too, and empty lines are skipped.
 //
-// The cap (Part 5.2 "Left to the implementer"): a line longer than `maxLineBytes` is dropped
+// The cap: a line longer than `maxLineBytes` is dropped
 // whole. While such a line is still arriving its bytes are discarded as they come, up to and
 // including its line feed, so the buffer never holds more than one read plus `maxLineBytes`
 // beyond the complete lines not yet taken; framing resumes with the next line.

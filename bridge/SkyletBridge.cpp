@@ -20,17 +20,15 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-// Reading (Part 5.2 "Concurrency"): the spec reads on a serial queue of its own and hands the
-// bytes to the main thread, where they are framed and decoded. Here the socket is non-blocking
+// Reading: the bytes are framed and decoded on the main thread. The socket is non-blocking
 // and watched by a QSocketNotifier on the main thread: a read returns at once, so it never
-// stalls the main thread, reads stay serial and in order, and bytes reach the framer on the
-// main thread as the spec requires, without a second thread or a weak reference to hand over.
+// stalls the main thread, reads stay serial and in order, and no second thread is needed to
+// hand the bytes over.
 //
-// Writing (Part 5.2 "Left to the implementer"): the spec writes blocking; a peer that stops
-// reading would then freeze the interface. Frames go through a FrameWriter instead: a short
-// write is continued when the socket is writable again, never interleaved with the next frame,
-// and the bytes waiting are capped. ::send with MSG_NOSIGNAL is Linux's per-write form of
-// SO_NOSIGPIPE, so a vanished peer yields EPIPE instead of killing the process.
+// Writing: a blocking write to a peer that stops reading would freeze the interface, so
+// frames go through a FrameWriter: a short write is continued when the socket is writable
+// again, never interleaved with the next frame, and the bytes waiting are capped. ::send with
+// MSG_NOSIGNAL makes a vanished peer yield EPIPE instead of a SIGPIPE that kills the process.
 
 namespace {
 
@@ -113,7 +111,7 @@ void SkyletBridge::connectIfPossible()
     if (fd < 0)
         return;
 
-    // A longer path is cut so that the field always ends in a zero byte, as the spec says.
+    // A longer path is cut so that the field always ends in a zero byte.
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const QByteArray bytes = QFile::encodeName(path);

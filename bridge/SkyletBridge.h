@@ -1,5 +1,5 @@
 #pragma once
-// Part 5.2: the client end of the local socket to the companion notch application, Skylet.
+// The client end of the local socket to the companion notch application, Skylet.
 // While connected it keeps the companion supplied with a "widget.state" declaration, follows
 // the companion's interface language and carries out its commands (paste an entry, open the
 // palette). While the companion is not running it stays silent and tries again every tick.
@@ -30,7 +30,7 @@ struct SkyletBridgeOptions {
     QString relativeTimeLanguage;
     // The sender's identifier; empty = the desktop-file name, else "com.norvane.Stashwell".
     QString appID;
-    // DebugLog.log of Part 7.3 (the command line); empty = not logged.
+    // Where each companion command is logged (DebugLog::log); empty = not logged.
     std::function<void(const QString &line)> log;
 };
 
@@ -82,7 +82,7 @@ private:
     void consume(QByteArrayView bytes);
     void applyHostLanguage(const std::optional<QString> &code);
     void handle(const WidgetMessage &command);
-    void dropConnection(); // the spec's disconnect()
+    void dropConnection(); // closes the socket and forgets unread and unsent bytes
 
     HistoryStore &m_store;
     L10n &m_l10n;

@@ -170,7 +170,7 @@ private:
     bool m_ok = true;
 };
 
-// ---- The records: one field list each, in the spec's order, shared by Writer and Reader.
+// ---- The records: one field list each, in the declaration order, shared by Writer and Reader.
 
 template <class R, class T>
 concept Is = std::same_as<std::remove_const_t<R>, T>;

@@ -1,7 +1,7 @@
 #pragma once
-// Part 5.1: the companion's message format. Every record is a plain value compared
-// field by field; fields are declared in the spec's order, which is also the order of
-// the keys in the encoded JSON. `std::optional` = an optional field (left out when absent).
+// The companion's message format. Every record is a plain value compared field by field;
+// fields are declared in the order of the keys in the encoded JSON. `std::optional` = an
+// optional field (left out when absent).
 #include <QByteArray>
 #include <QList>
 #include <QMap>

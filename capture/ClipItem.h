@@ -1,5 +1,5 @@
 #pragma once
-// Part 1.1: the value types of the history.
+// The value types of the history.
 #include <QByteArray>
 #include <QDateTime>
 #include <QJsonObject>

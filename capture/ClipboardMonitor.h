@@ -1,5 +1,5 @@
 #pragma once
-// Part 1.2: polls the clipboard's change counter and turns each new copy into a capture.
+// Polls the clipboard's change counter and turns each new copy into a capture.
 #include "capture/ClipItem.h"
 #include "diagnostics/UsageEvents.h"
 

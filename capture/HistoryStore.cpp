@@ -39,7 +39,7 @@ void HistoryStore::load()
     if (auto items = decode(json))
         m_items = std::move(*items);
     else
-        FileSafety::keepAside(fileURL()); // the spec starts empty; the user's data is kept beside it
+        FileSafety::keepAside(fileURL()); // start empty; the unreadable file is kept beside it
 }
 
 QString HistoryStore::blobPath(const ClipItem &item, const char *ext) const

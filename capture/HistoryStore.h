@@ -1,5 +1,5 @@
 #pragma once
-// Part 1.4: the history, newest first, and its files.
+// The history, newest first, and its files.
 #include "capture/ClipItem.h"
 #include "diagnostics/UsageEvents.h"
 
@@ -40,7 +40,7 @@ public:
     void ingest(const ClipCapture &capture);
     void prune();
     void togglePin(const QUuid &id);
-    void remove(const QUuid &id); // the spec's `delete`
+    void remove(const QUuid &id); // drops the entry and its blob files
     void touch(const QUuid &id);
     QList<ClipItem> search(const QString &query, std::optional<ClipKind> kind, bool pinnedOnly) const;
     QImage thumbnail(const ClipItem &item);

@@ -1,5 +1,5 @@
 #pragma once
-// Part 1.3: whether a new copy may be recorded at all.
+// Whether a new copy may be recorded at all.
 #include <QMimeData>
 #include <QString>
 #include <QStringList>

@@ -1,7 +1,7 @@
 #pragma once
-// Part 6.1: the optional sign-in to the vendor's web service. The browser does the sign-in
+// The optional sign-in to the vendor's web service. The browser does the sign-in
 // (PKCE, S256); the result comes back as stashwell://auth?code=…&state=… and the code plus the
-// verifier are traded for a session token kept in the keychain (Part 6.3).
+// verifier are traded for a session token kept in the keychain.
 #include "cloud/ServiceClient.h"
 
 #include <QObject>
@@ -29,7 +29,7 @@ public:
     // Opens a web address in the default browser (QDesktopServices::openUrl in the application).
     using UrlOpener = std::function<bool(const QUrl &)>;
 
-    // Reads the keychain (step 1); no network access.
+    // Reads the stored account from the keychain; no network access.
     CloudAccount(Keychain &keychain, QNetworkAccessManager &network, const QString &serviceRoot,
                  UrlOpener openUrl, QObject *parent = nullptr);
     static CloudAccount &shared();
@@ -40,7 +40,7 @@ public:
     // False while no web-service root is configured: sign-in is not available, nothing is sent.
     bool isAvailable() const { return m_client.isAvailable(); }
 
-    // At launch (Part 2.1): refreshes the account in the background when a token is stored.
+    // At launch: refreshes the account in the background when a token is stored.
     void start();
     // Main thread. Starts a sign-in in the browser, replacing any sign-in in progress. Returns
     // the page's address, for a user without a browser here; empty without a service.

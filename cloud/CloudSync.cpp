@@ -60,7 +60,7 @@ void CloudSync::setEnabled(bool enabled)
         pull(false);
 }
 
-// PLATFORM.md: without a web service nothing is sent, as if signed out.
+// Without a web-service root nothing is sent: sync behaves as if signed out.
 std::optional<QString> CloudSync::token() const
 {
     return m_client.isAvailable() ? m_keychain.get(KeychainItem::token) : std::nullopt;

@@ -1,5 +1,5 @@
 #pragma once
-// Part 6.2: keeps the ten synchronised preferences (SyncPayload) in step across the user's
+// Keeps the ten synchronised preferences (SyncPayload) in step across the user's
 // machines while signed in. The whole blob travels with a service version; a stale push is
 // refused with 409 and the service's blob then wins. Main thread only.
 #include "cloud/ServiceClient.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Part 6.3: the application's small secrets, as string values keyed by an account name.
+// The application's small secrets, as string values keyed by an account name.
 // Every call goes to the store (no cache); no operation reports an error: a failed read
 // looks like a missing item, a failed write or delete is silent.
 #include <QString>
@@ -17,7 +17,7 @@ public:
     virtual void remove(const QString &account) = 0;
 };
 
-// The items of Parts 6.1 and 6.2.
+// The items of the account and the sync.
 namespace KeychainItem {
 inline const QString token = QStringLiteral("cloudToken");
 inline const QString email = QStringLiteral("cloudEmail");
@@ -25,7 +25,7 @@ inline const QString tier = QStringLiteral("cloudTier");
 inline const QString deviceID = QStringLiteral("cloudDeviceID");
 } // namespace KeychainItem
 
-// "cloudDeviceID": created by whichever of Parts 6.1 and 6.2 first needs it, as a random
+// "cloudDeviceID": created by whichever of the account and the sync first needs it, as a random
 // UUID's upper-case hyphenated text, stored before it is used, then reused.
 inline QString ensureDeviceID(Keychain &keychain)
 {

@@ -95,7 +95,7 @@ void KeychainStore::set(const std::optional<QString> &value, const QString &acco
         return;
     }
     // The Secret Service's store replaces the item with the same attributes in place and
-    // creates it when there is none: the Part's update, then add on "not found".
+    // creates it when there is none, so one write both updates and adds.
     run(Operation::write, account, *value);
 }
 

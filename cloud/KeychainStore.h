@@ -1,8 +1,8 @@
 #pragma once
-// Part 6.3 on Linux (PLATFORM.md): QtKeychain, i.e. the Secret Service through libsecret
+// The Keychain on Linux: QtKeychain, i.e. the Secret Service through libsecret
 // (KWallet on KDE), one service name for every item of the application.
 //
-// QtKeychain jobs are asynchronous and need an event loop; the Part's operations are
+// QtKeychain jobs are asynchronous and need an event loop; Keychain's operations are
 // synchronous and callable from any thread. So the jobs run on a thread of their own and the
 // caller waits for the answer, at most `timeoutMs`: no event of the caller's thread is
 // processed meanwhile (no re-entrancy), and a keyring that never answers reads as missing.

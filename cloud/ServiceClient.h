@@ -1,5 +1,5 @@
 #pragma once
-// The requests of Parts 6.1 and 6.2 to the vendor's web service: JSON over HTTP with an
+// The requests of the account and the sync to the vendor's web service: JSON over HTTP with an
 // optional bearer token, a 60-second time-out, answers delivered on the caller's thread.
 #include <QJsonObject>
 #include <QObject>
@@ -22,7 +22,7 @@ public:
     // `root`: the web-service root (DiagnosticsConfig::serviceRoot()); empty = no service.
     ServiceClient(QNetworkAccessManager &network, const QString &root);
 
-    // PLATFORM.md: while no usable root is configured nothing is sent.
+    // While no usable root is configured nothing is sent.
     bool isAvailable() const { return m_root.isValid(); }
     // The root joined with `path` ("/app/connect"); invalid without a service.
     QUrl address(const QString &path) const;

@@ -1,5 +1,5 @@
 #pragma once
-// Part 6.2: the ten preferences that travel between machines, and their blob: compact JSON
+// The ten preferences that travel between machines, and their blob: compact JSON
 // with keys in ascending order, absent fields left out.
 #include <QString>
 #include <QStringList>

@@ -2,7 +2,7 @@
 #include <QDateTime>
 #include <chrono>
 
-// The two clocks the spec distinguishes: wall time for dates that are stored,
+// Two clocks: wall time for dates that are stored,
 // and the monotonic uptime clock for intervals (burst coalescing).
 class Clock {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 // A top-level window that reports its closing, so that its controller can drop it at once
-// (the settings window, Part 8.1, and the guide, Part 9.1).
+// (the settings window and the first-run guide).
 #include <QWidget>
 
 class ClosingWindow : public QWidget {

@@ -1,7 +1,8 @@
 #pragma once
 #include <QString>
 
-// "Characters" in the spec are user-perceived characters (extended grapheme clusters).
+// Character counts and cuts (titles, previews, limits) in user-perceived characters,
+// i.e. extended grapheme clusters, so that a cut never splits an emoji or an accent.
 namespace Graphemes {
 qsizetype count(const QString &text);
 // The first `n` grapheme clusters of `text` (all of it when shorter).

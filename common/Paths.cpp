@@ -7,7 +7,7 @@ namespace Paths {
 static QString xdg(const char *variable, const char *fallback)
 {
     const QString value = qEnvironmentVariable(variable);
-    // The XDG spec ignores relative values.
+    // The XDG Base Directory rules say relative values are ignored.
     if (!value.isEmpty() && QDir::isAbsolutePath(value))
         return value;
     return QDir::homePath() + QLatin1Char('/') + QLatin1String(fallback);

@@ -1,7 +1,7 @@
 #pragma once
 #include <QString>
 
-// Where Stashwell keeps its files (PLATFORM.md: "Application Support directory").
+// Where Stashwell keeps its files, under the XDG base directories.
 namespace Paths {
 QString dataHome();        // $XDG_DATA_HOME or ~/.local/share
 QString configHome();      // $XDG_CONFIG_HOME or ~/.config

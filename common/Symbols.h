@@ -4,7 +4,7 @@
 #include <QPixmap>
 #include <QString>
 
-// The bundled SVG icons, named after the SF Symbol they stand for ("doc.text", "pin.fill").
+// The bundled SVG icons, under dotted names that say what they show ("doc.text", "pin.fill").
 // They are drawn in one colour, so any tint can be applied.
 namespace Symbols {
 QPixmap pixmap(const QString &name, const QColor &tint, int size, qreal devicePixelRatio = 1.0);

@@ -1,6 +1,6 @@
 #pragma once
-// Part 7.3 where there is no journal (PLATFORM.md "Unified log of the own process"): the
-// application's own Qt messages, the most recent ones kept in memory.
+// The log of this process where there is no journal: the application's own Qt messages,
+// the most recent ones kept in memory, for the tester mode's log export.
 #include <QDateTime>
 #include <QMutex>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
-// Part 7.2: what a crash diagnostic carries (MetricKit's MXCrashDiagnostic), and a
-// payload of them as delivered at launch.
+// What a crash diagnostic carries (read back from a crash file), and a payload of them
+// as delivered at launch.
 #include <QByteArray>
 #include <QList>
 #include <QString>

@@ -14,17 +14,18 @@ namespace CrashFiles {
 
 namespace {
 
-// Mach's exception types, so that reports read the same as those of the macOS build.
+// The report's numeric exception type for the signals that have one: 1 bad memory access,
+// 2 illegal instruction, 3 arithmetic fault; other signals report none.
 std::optional<qint64> exceptionTypeFor(qint64 signal)
 {
     switch (signal) {
     case SIGSEGV:
     case SIGBUS:
-        return 1; // EXC_BAD_ACCESS
+        return 1;
     case SIGILL:
-        return 2; // EXC_BAD_INSTRUCTION
+        return 2;
     case SIGFPE:
-        return 3; // EXC_ARITHMETIC
+        return 3;
     default:
         return std::nullopt;
     }

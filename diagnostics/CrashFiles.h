@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.2 on Linux: the crash files the handler writes into the diagnostics directory,
+// The crash files the handler writes into the diagnostics directory,
 // "crash-<time>-<pid>.crash", and how the next launch reads them back as diagnostics.
 //
 // Format (text): the header lines written at install time ("osVersion: ...", "arch: ..."),

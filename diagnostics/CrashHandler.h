@@ -1,8 +1,7 @@
 #pragma once
-// Part 7.2 on Linux (PLATFORM.md "MetricKit crash diagnostics"): at a fatal signal the
-// handler writes the signal and the raw stack frames to a file whose name and header were
-// prepared at install time, then lets the default action end the process. Only
-// async-signal-safe calls run inside the handler.
+// Crash capture: at a fatal signal the handler writes the signal and the raw stack frames
+// to a file whose name and header were prepared at install time, then lets the default
+// action end the process. Only async-signal-safe calls run inside the handler.
 #include <QByteArray>
 
 namespace CrashHandler {

@@ -1,6 +1,6 @@
 #pragma once
-// Part 7.2: forwards crash diagnostics of this application to the vendor's web service,
-// one JSON report per crash. On Linux the diagnostics come from the crash files that
+// Forwards crash diagnostics of this application to the vendor's web service,
+// one JSON report per crash. The diagnostics come from the crash files that
 // CrashHandler wrote in an earlier run, delivered once at the next launch.
 #include "diagnostics/CrashDiagnostic.h"
 #include "diagnostics/DiagnosticsConfig.h"
@@ -24,7 +24,7 @@ public:
     void start();
     // Each crash file is one payload; the files are deleted once delivered.
     void deliverPendingCrashes();
-    // MetricKit's didReceive: drops everything while reporting is off.
+    // Sends one report per diagnostic; drops everything while reporting is off.
     void didReceive(const QList<CrashPayload> &payloads);
     QByteArray report(const CrashDiagnostic &diagnostic);
 

@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.3: the small rotating tester log, "tester.log" and "tester.log.1" in the
+// The small rotating tester log, "tester.log" and "tester.log.1" in the
 // diagnostics directory. One lock serialises writing, rotating and reading.
 #include <QMutex>
 #include <QString>
@@ -14,7 +14,7 @@ public:
     static constexpr qint64 rotationBytes = 524288;    // 512 KiB
     static constexpr qsizetype tailCharacters = 262144;
 
-    // The spec's static interface, on the shared log; callable from any thread.
+    // Shorthands on the shared log; callable from any thread.
     static void log(const QString &message) { shared().append(message); }
     static QString tail() { return shared().readTail(); }
 

@@ -70,7 +70,7 @@ ImproveConfig::ImproveConfig(DefaultsStore &defaults, const QString &serviceRoot
 
 bool ImproveConfig::enabled() const
 {
-    // PLATFORM.md: without a service nothing is queued either.
+    // Without a service nothing is queued either: the events could never be sent.
     return m_endpoint.isValid() && DiagnosticsConfig::switchOn(m_defaults, QStringLiteral("improveDataSharing"));
 }
 

@@ -1,13 +1,13 @@
 #pragma once
-// The static facts the diagnostics services share (Parts 7.1 ImproveConfig, 7.2 CrashConfig):
-// the web-service root, the installation identifier, the bundle versions and the platform.
+// The static facts the diagnostics services (usage statistics, crash reports) share:
+// the web-service root, the installation identifier, the build's versions and the platform.
 #include <QString>
 #include <QUrl>
 
 class DefaultsStore;
 
 namespace DiagnosticsConfig {
-// PLATFORM.md: the CMake constant STASHWELL_SERVICE_URL, overridden by the environment
+// The CMake constant STASHWELL_SERVICE_URL, overridden by the environment
 // variable of the same name. Empty means nothing is ever sent.
 QString serviceRoot();
 // `root` + `path`; an invalid URL when the root is empty or not an http(s) address.
@@ -18,14 +18,14 @@ QString installID(DefaultsStore &defaults);
 // A switch stored as a Bool; absent or of another type means on.
 bool switchOn(const DefaultsStore &defaults, const QString &key);
 
-QString appVersion(); // "CFBundleShortVersionString", "?" if empty
-QString build();      // "CFBundleVersion", "?" if empty
+QString appVersion(); // the project version, e.g. "0.1.0"; "?" if empty
+QString build();      // the build number; "?" if empty
 QString osVersion();  // e.g. "Debian GNU/Linux 12 (bookworm)"
 QString arch();       // the architecture the program was built for: "x86_64", "arm64", ...
 QString locale();     // the user's locale identifier, e.g. "en_US"
 } // namespace DiagnosticsConfig
 
-// Part 7.1.
+// Usage statistics: whether to queue and where to upload.
 class ImproveConfig {
 public:
     ImproveConfig(DefaultsStore &defaults, const QString &serviceRoot);
@@ -38,7 +38,7 @@ private:
     QUrl m_endpoint;
 };
 
-// Part 7.2.
+// Crash reports: whether to send and where.
 class CrashConfig {
 public:
     CrashConfig(DefaultsStore &defaults, const QString &serviceRoot);

@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.1: the event lines of "improve-queue.jsonl" and the upload body.
+// Usage statistics: the event lines of "improve-queue.jsonl" and the upload body.
 #include <QByteArray>
 #include <QDateTime>
 #include <QJsonObject>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.1: "improve-queue.jsonl", one compact JSON event per line. Every failure is
+// "improve-queue.jsonl", one compact JSON event per line. Every failure is
 // ignored (the events are lost); only the reporter's serial worker touches it.
 #include <QByteArray>
 #include <QList>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.1: the reporter's private serial queue. Lives on its own thread; every access to
+// The usage reporter's private serial queue. Lives on its own thread; every access to
 // the queue file and to `inFlight` happens here, and so does the upload, so that the
 // synchronous flush at quit works while the main thread waits.
 #include "diagnostics/ImproveEvents.h"

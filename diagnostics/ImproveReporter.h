@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.1: anonymous usage statistics ("Help improve Stashwell"), queued in
+// Anonymous usage statistics ("Help improve Stashwell"), queued in
 // "improve-queue.jsonl" and uploaded in batches of up to 200 events.
 #include "diagnostics/DiagnosticsConfig.h"
 

@@ -1,7 +1,7 @@
 #pragma once
-// Part 7.3's unified-log export on Linux (PLATFORM.md): the journal entries of this process
-// where a journal exists, else the application's own message log. Lines keep the Part's
-// format: "<ISO 8601 date> [<category>] <message>".
+// The system log of this process, for the tester mode's upload: the journal entries of this
+// process where a journal exists, else the application's own message log. Either way each
+// line reads "<ISO 8601 date> [<category>] <message>".
 #include <QDateTime>
 #include <QString>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Part 7.3: the hidden tester mode. While on, the tail of the tester log and this process's
+// The hidden tester mode. While on, the tail of the tester log and this process's
 // own system log go to the vendor's web service every 30 minutes. Eight quick clicks on the
 // settings window's icon switch it (registerClick()).
 #include <QDateTime>

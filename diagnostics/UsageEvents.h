@@ -3,6 +3,6 @@
 #include <QVariantMap>
 #include <functional>
 
-// How a Part records an anonymous usage event ("capture.skipped", ...). In the running
-// application this is ImproveReporter.shared.record (Part 7.1); tests pass a recorder.
+// How a subsystem records an anonymous usage event ("capture.skipped", ...). In the running
+// application this is ImproveReporter::shared().record; tests pass a recorder.
 using RecordUsage = std::function<void(const QString &name, const QVariantMap &properties)>;

@@ -1,5 +1,6 @@
-// Framing fuzzer (Part 5.2): the lines read from a stream do not depend on how the stream
-// was cut into reads, match a plain model of the rules, and the buffer stays under its cap.
+// Framing fuzzer for the companion socket: the lines read from a stream do not depend on how
+// the stream was cut into reads, match a plain model of the rules, and the buffer stays under
+// its cap.
 // The lines are decoded as messages, then written back through FrameWriter with short,
 // interrupted and blocked writes, which must deliver every frame whole and in order.
 #include "bridge/FrameWriter.h"

@@ -1,5 +1,6 @@
-// Decoder fuzzer (Part 5.1): any bytes either fail to decode or give a message that encodes
-// to one line and decodes back to the same value, with a byte-stable encoding.
+// Decoder fuzzer for the companion's messages: any bytes either fail to decode or give a
+// message that encodes to one line and decodes back to the same value, with a byte-stable
+// encoding.
 #include "bridge/WidgetMessage.h"
 
 #include <cstdint>

@@ -32,7 +32,7 @@ AppLanguage chinese(const QString &lowered)
     return AppLanguage::zhHans;
 }
 
-// The prefix tests of the spec, in their order; "zh" is handled separately.
+// The language-code prefixes tried after "ja" and "ko", in order; "zh" is handled separately.
 struct PrefixRule {
     const char *prefix;
     AppLanguage language;

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.5: the fourteen interface languages, in the order of the language picker.
+// The fourteen interface languages, in the order of the language picker.
 #include <QLocale>
 #include <QString>
 #include <QStringList>
@@ -10,7 +10,7 @@ enum class AppLanguage { en, ja, ko, zhHans, zhHant, de, fr, es, ptBR, ru, it, n
 
 namespace AppLanguages {
 
-// Every case, in enumeration order (spec `allCases`).
+// Every language, in enumeration order.
 const std::array<AppLanguage, 14> &allCases();
 
 // The language code ("en", "zh-Hans", "pt-BR", ...); `id` equals it.

@@ -1,12 +1,11 @@
 #pragma once
-// Part 2.5 `FrameworkLanguage` on Qt: the toolkit's own texts (standard buttons, file
-// dialogs, ...) follow the chosen interface language. Qt has no per-bundle string tables;
-// its equivalent of a bundle with language resources is a translation catalogue, such as
-// "qtbase" in QLibraryInfo::TranslationsPath with one "qtbase_<lang>.qm" file per language.
-// "Redirecting the look-up" is installing the chosen language's QTranslator of every
+// The toolkit's own texts (standard buttons, file dialogs, ...) follow the chosen interface
+// language. Qt keeps them in translation catalogues, such as "qtbase" in
+// QLibraryInfo::TranslationsPath with one "qtbase_<lang>.qm" file per language.
+// Redirecting the look-up means installing the chosen language's QTranslator of every
 // catalogue into QCoreApplication (and making that language the default QLocale), replacing
-// the ones installed before. Without an override the platform's own behaviour applies:
-// the catalogues of the user's preferred system languages and the system locale.
+// the ones installed before. Without an override Qt's own behaviour applies: the
+// catalogues of the user's preferred system languages and the system locale.
 #include <QMutex>
 #include <QString>
 #include <QStringList>
@@ -23,7 +22,7 @@ struct TranslationCatalog {
     QString directory;
     QString name; // "qtbase"
 
-    // The cache key's bundle part.
+    // The cache key's catalogue part.
     QString path() const { return directory + QLatin1Char('/') + name; }
     // The file of one language resource: "<name>_<resource>.qm"; the resource "Base" is the
     // catalogue's language-neutral file "<name>.qm".
@@ -51,8 +50,8 @@ public:
     void installRedirection();
     bool isInstalled() const;
 
-    // At launch, before any window (PLATFORM.md for Part 2.1 step 2): the stored
-    // "AppleLanguages" override governs the toolkit's texts until L10n::bootstrap runs.
+    // At launch, before any window: the stored "AppleLanguages" override governs the
+    // toolkit's texts until L10n::bootstrap runs.
     void installAtLaunch(const DefaultsStore &defaults);
 
     // The translator of `catalog` for `code`, or nothing. Found translators are cached

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.5: the current interface language and the catalogue look-up. Every text the
+// The current interface language and the catalogue look-up. Every text the
 // interface shows comes from L10n::shared().string(key); views connect to languageChanged
 // and rebuild their texts, so a new choice takes effect at once, without a restart.
 #include "l10n/AppLanguage.h"
@@ -41,7 +41,7 @@ public:
 
     // The text of `key` in the current language, else in English, else the key itself.
     QString string(const QString &key) const;
-    // The text of `key` in `language` when its table has it, else string(key) (Part 5.2).
+    // The text of `key` in `language` when its table has it, else string(key).
     QString string(const QString &key, AppLanguage language) const;
 
     // string(key) with its one placeholder ("%d" or "%@") filled.

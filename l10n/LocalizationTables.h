@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.5: the catalogue, one key-to-text table per interface language. Built once, on
+// The catalogue, one key-to-text table per interface language. Built once, on
 // first use, from the static lists in l10n/tables/, and never changed afterwards.
 #include "l10n/AppLanguage.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// Part 9.1 `OKRootView`: hosts the current page with its footer (back, page dots, primary
+// Hosts the current page with its footer (back, page dots, primary
 // button, or the waiting notice with `later`), advances on its own once a permission is
 // granted, and reports its measured height.
 #include "onboarding/OKStep.h"

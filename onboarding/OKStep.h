@@ -1,5 +1,5 @@
 #pragma once
-// Part 9.1: the generic guide's page description and button texts.
+// The generic guide's page description and button texts.
 #include <QString>
 #include <QStringList>
 #include <functional>

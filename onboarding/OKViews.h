@@ -1,5 +1,5 @@
 #pragma once
-// Part 9.1's page building blocks (generic: they know nothing of this application beyond
+// The guide's page building blocks (generic: they know nothing of this application beyond
 // what they are given).
 #include "settings/PillControls.h"
 #include "settings/SettingsWidgets.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Part 9.1 `OnboardingKitController`: the generic step-based guide window. It knows nothing of
+// The generic step-based guide window. It knows nothing of
 // this application: steps, texts and what completion means are given to it.
 #include "common/ClosingWindow.h"
 #include "onboarding/OKRootView.h"

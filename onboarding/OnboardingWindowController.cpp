@@ -108,7 +108,7 @@ QList<OKStep> OnboardingWindowController::makeSteps()
         auto *rows = new QVBoxLayout(hints);
         rows->setContentsMargins(4, 0, 4, 0);
         rows->setSpacing(10);
-        // PLATFORM.md Keys: ⌘⇧V is Super+Shift+V, ⌘ is Ctrl, ⌥ is Alt; ↩ stays.
+        // The palette's shortcuts with this desktop's key names; ↩ is the Return key.
         rows->addWidget(new OKHintRow({QStringLiteral("Super"), QStringLiteral("Shift"), QStringLiteral("V")},
                                       text("onb.tutOpen")));
         rows->addWidget(new OKHintRow({QStringLiteral("↩")}, text("onb.tutPaste")));

@@ -1,5 +1,5 @@
 #pragma once
-// Part 9.1 `OnboardingWindowController`: this application's guide: its four pages, button
+// This application's first-run guide: its four pages, button
 // texts and completion (onboardingCompleted), over the generic OnboardingKitController.
 #include "onboarding/OnboardingKitController.h"
 
@@ -19,7 +19,7 @@ public:
 
     // Shows the guide (from the first page, or from the permission page).
     void show(bool startAtPermissions);
-    // Part 2.1 launch step 6: forced by NORVANE_ONBOARDING=1, else due when not completed,
+    // At launch: forced by NORVANE_ONBOARDING=1, else due when not completed,
     // or at the permission page when accessibility is not granted. True when shown.
     bool showAtLaunchIfDue();
 

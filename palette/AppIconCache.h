@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.3: small application icons by bundle identifier (desktop-entry ID).
+// Small application icons by application ID (the desktop-entry ID), for the palette's rows.
 #include <QHash>
 #include <QIcon>
 #include <QString>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.3: each entry kind's tint and symbol.
+// Each entry kind's tint and symbol.
 #include "capture/ClipItem.h"
 
 #include <QColor>

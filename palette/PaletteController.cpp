@@ -46,10 +46,10 @@ void PaletteController::ensurePanel()
     m_view = new PaletteView(m_model, m_l10n, m_settings, m_store, m_icons);
     m_view->onActivate = [this](const ClipItem &item) { confirm(item, false, false); };
     m_panel = new PalettePanel(m_view);
-    // Keys reach the search field through this filter first (the spec's local key monitor).
+    // Keys reach the search field through this filter first, so the palette's shortcuts win.
     m_view->searchField()->installEventFilter(this);
     m_panel->installEventFilter(this);
-    // A click outside closes the popup: treat it like the panel resigning key status.
+    // A click outside closes the popup: close the palette as if the user had dismissed it.
     connect(m_panel, &PalettePanel::dismissed, this, [this] {
         if (!m_closing)
             QTimer::singleShot(0, this, &PaletteController::close);
@@ -210,7 +210,8 @@ bool PaletteController::eventFilter(QObject *watched, QEvent *event)
 
 bool PaletteController::handle(const QKeyEvent &event)
 {
-    // PLATFORM.md key map: Command = Ctrl, Option = Alt, Control = Meta (Super).
+    // Ctrl carries the palette's commands (Ctrl+1…9, Ctrl+Return, Ctrl+P, Ctrl+Backspace),
+    // Alt the plain-text paste; Meta+P and Meta+N move the selection like Up and Down.
     const Qt::KeyboardModifiers raw = event.modifiers();
     const Qt::KeyboardModifiers flags =
         raw & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier | Qt::ShiftModifier);

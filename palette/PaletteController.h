@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.2: the one owner of the palette. Opens and places the panel, routes its keys,
+// The one owner of the palette. Opens and places the panel, routes its keys,
 // and turns the choice of an entry into a paste or a copy (`confirm`, the single way to
 // paste an entry from anywhere in the application).
 #include "capture/ClipItem.h"
@@ -46,7 +46,7 @@ public:
     void confirm(const ClipItem &item, bool copyOverride, bool plainOverride);
     bool isVisible() const;
 
-    // The key table of Part 3.2; true when the key was consumed.
+    // The palette's keyboard shortcuts; true when the key was consumed.
     bool handle(const QKeyEvent &event);
 
     PaletteModel &model() { return m_model; }

@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.3: the list of visible entries. A virtualised QListView over the model's `visible`
+// The list of visible entries. A virtualised QListView over the model's `visible`
 // list, with `PaletteRowDelegate` drawing each `PaletteRow`, so 5,000 entries scroll freely.
 #include <QAbstractListModel>
 #include <QStyledItemDelegate>

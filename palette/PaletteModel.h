@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.1: the state behind the palette: query, filter, visible entries, selection, clock.
+// The state behind the palette: query, filter, visible entries, selection, clock.
 #include "capture/ClipItem.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
 #pragma once
-// Part 3.2: the panel that hosts the palette. A Qt::Popup (PLATFORM.md): override-redirect,
-// it takes the keyboard and pointer without ever changing the active window, so the
-// application the user was in keeps focus and receives the paste; a click outside closes it.
+// The panel that hosts the palette. A Qt::Popup, so override-redirect: it takes the keyboard
+// and pointer without ever changing the active window, so the application the user was in
+// keeps focus and receives the paste; a click outside closes it.
 #include <QWidget>
 
 class PalettePanel : public QWidget {
@@ -11,13 +11,12 @@ public:
 
     explicit PalettePanel(QWidget *content);
 
-    // The spec's frame rule for a screen's usable area: centred horizontally, the vertical
+    // Where the panel goes in a screen's usable area: centred horizontally, the vertical
     // centre at 62 % of the height measured from the bottom.
     static QRect frame(const QRect &availableGeometry);
 
 signals:
-    // The panel went away without the controller asking (a click outside): the spec's
-    // "resigned key status".
+    // The panel went away without the controller asking (a click outside).
     void dismissed();
 
 protected:

@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.3: the palette's content: search field, filter chips, list and preview, hints.
+// The palette's content: search field, filter chips, list and preview, hints.
 #include "palette/PaletteModel.h"
 
 #include <QWidget>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 3.3: the selected entry, large, with its kind, source, date and size.
+// The selected entry, large, with its kind, source, date and size.
 #include "capture/ClipItem.h"
 
 #include <QWidget>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 4.2: a short notice near the bottom of the primary screen that fades out by itself.
+// A short notice near the bottom of the primary screen that fades out by itself.
 // Callers pass localized text.
 #include "paste/ToastScheduler.h"
 

@@ -21,7 +21,8 @@
 
 namespace {
 
-// PLATFORM.md "Pasteboard types": the string goes out under both plain-text names.
+// Clipboard MIME types. Text goes out under both plain-text names, for receivers that ask
+// for either.
 const QString utf8TextType = QStringLiteral("text/plain;charset=utf-8");
 const QString plainTextType = QStringLiteral("text/plain");
 const QString rtfType = QStringLiteral("text/rtf");

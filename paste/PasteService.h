@@ -1,5 +1,5 @@
 #pragma once
-// Part 4.1: puts an entry back on the clipboard and types the paste shortcut into the
+// Puts an entry back on the clipboard and types the paste shortcut into the
 // window in front, optionally restoring the previous clipboard afterwards.
 #include "capture/ClipItem.h"
 #include "platform/ClipboardSnapshot.h"

@@ -1,7 +1,7 @@
 #pragma once
 #include <QMutex>
 
-// Part 4.1: guards a one-shot completion raced by two tasks. Only the first `claim`
+// Guards a one-shot completion raced by two tasks. Only the first `claim`
 // returns true; the loser's result is dropped.
 class ResumeOnce {
 public:

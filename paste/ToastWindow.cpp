@@ -22,7 +22,7 @@ ToastWindow::ToastWindow(const QString &text, QWidget *parent)
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::NoFocus);
     QFont font = this->font();
-    font.setPointSizeF(9); // the spec's 12 points are 12 px at 1x: 9 pt at 96 dpi
+    font.setPointSizeF(9); // 12 px text: 9 pt at 96 dpi
     font.setWeight(QFont::Medium);
     setFont(font);
     resize(sizeHint());

@@ -1,6 +1,6 @@
 #pragma once
-// Part 4.2's notice window and its content (the spec's ToastView): the text on a
-// translucent capsule. It never takes focus and lets clicks through to the window below.
+// The notice window of HUDToast: the text on a translucent capsule. It never takes focus
+// and lets clicks through to the window below.
 #include <QWidget>
 
 class ToastWindow final : public QWidget {

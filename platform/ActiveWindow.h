@@ -2,7 +2,7 @@
 #include <QString>
 #include <optional>
 
-// The application in front (PLATFORM.md: the active X11 window). `bundleID` is its
+// The application in front: the owner of the active X11 window. `bundleID` is its
 // desktop-entry ID without ".desktop", else its WM_CLASS class; either field may be empty.
 struct FrontApp {
     QString bundleID;

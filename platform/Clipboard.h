@@ -2,8 +2,8 @@
 #include <QMimeData>
 #include <QtGlobal>
 
-// The general clipboard (PLATFORM.md: QClipboard in Clipboard mode) with the change
-// counter the spec polls. The counter advances on every change, and an own write
+// The general clipboard (QClipboard in Clipboard mode) with the change counter that
+// capture polls. The counter advances on every change, and an own write
 // advances it synchronously, so it can be read right after `write`.
 class Clipboard {
 public:

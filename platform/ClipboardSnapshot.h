@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-// Part 4.1's pasteboard snapshot: one element per clipboard item (on X11 there is one),
+// The clipboard snapshot the paste service restores: one element per item (X11 has one),
 // each mapping type to bytes in the order the owner offered the types. Types that could
 // not be read are absent. Types are named as QMimeData formats (ClipboardTargets), so that
 // writing them back through the clipboard offers the same targets again.

@@ -4,7 +4,7 @@
 #include <QObject>
 #include <QString>
 
-// The per-user defaults store (PLATFORM.md: one typed JSON object file). JSON keeps
+// The per-user defaults store: one JSON object file. JSON keeps
 // bool, integer, string and string-list values apart, so a value of the wrong type
 // can be told from a missing one. Every change is written at once, atomically.
 class DefaultsStore : public QObject {

@@ -1,5 +1,5 @@
 #pragma once
-// Part 2.3: one system-wide shortcut that calls `onTrigger` whichever application is in front.
+// One system-wide shortcut that calls `onTrigger` whichever application is in front.
 #include "platform/HotKeyBackend.h"
 
 #include <QObject>
@@ -8,7 +8,7 @@ class GlobalHotKey : public QObject {
     Q_OBJECT
 public:
     static constexpr quint32 identifier = 1;
-    // PLATFORM.md Keys: Super+Shift+V stands for Command-Shift-V (Ctrl+Shift+V is the terminals' paste).
+    // Super+Shift+V: Ctrl+Shift+V is already the terminals' paste.
     static constexpr Qt::Key defaultKey = Qt::Key_V;
     static constexpr Qt::KeyboardModifiers defaultModifiers{Qt::MetaModifier | Qt::ShiftModifier};
 
@@ -16,7 +16,7 @@ public:
     ~GlobalHotKey() override;
     static GlobalHotKey &shared();
 
-    // The spec's `register` (a C++ keyword): replaces any earlier registration of this object.
+    // Replaces any earlier registration of this object.
     void registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
     bool isRegistered() const { return m_hotKeyRef.has_value(); }
 

@@ -4,8 +4,8 @@
 #include <functional>
 #include <optional>
 
-// The platform's system-wide hot keys (Part 2.3's Carbon event manager; PLATFORM.md:
-// XGrabKey on the root window). Handles are opaque; nullopt means nothing was installed.
+// The platform's system-wide hot keys (XGrabKey on the root window). Handles are opaque;
+// nullopt means nothing was installed.
 class HotKeyBackend {
 public:
     using Handle = quint64;

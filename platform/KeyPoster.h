@@ -2,12 +2,12 @@
 #include <QString>
 #include <Qt>
 
-// Synthetic keystrokes to whatever window has the keyboard focus (Part 4.1's
-// CGEventPost; PLATFORM.md: XTest). No target is addressed.
+// Synthetic keystrokes (XTest) to whatever window has the keyboard focus. No target is
+// addressed.
 class KeyPoster {
 public:
     virtual ~KeyPoster() = default;
-    // The spec's AXIsProcessTrusted: whether synthetic input can be posted at all
+    // Whether synthetic input can be posted at all
     // (on X11: the XTest extension is present on the display).
     virtual bool isTrusted() const = 0;
     // WM_CLASS class of the window that will receive posted keys ("" when unknown).

@@ -1,7 +1,7 @@
 #pragma once
 #include <QString>
 
-// Starting at login (PLATFORM.md: the XDG autostart entry).
+// Starting at login, through an XDG autostart entry.
 class LoginItem {
 public:
     virtual ~LoginItem() = default;

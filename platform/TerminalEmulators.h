@@ -1,7 +1,7 @@
 #pragma once
 #include <QString>
 
-// PLATFORM.md Keys: terminals paste with Ctrl+Shift+V, so the synthetic paste sends that
+// Terminals paste with Ctrl+Shift+V, so the synthetic paste sends that
 // when the target window's WM_CLASS is one of theirs.
 namespace TerminalEmulators {
 bool isTerminal(const QString &wmClass); // case-insensitive, class or instance name

@@ -241,7 +241,7 @@ void X11ClipboardSnapshotReader::read(std::function<void(std::optional<Clipboard
         done(*result);
     });
     m_workers.append(worker);
-    worker->start(QThread::HighPriority); // the spec's user-initiated priority
+    worker->start(QThread::HighPriority); // a paste is waiting for this read
 }
 
 std::optional<ClipboardSnapshot> X11ClipboardSnapshotReader::readNow(const QByteArray &display)

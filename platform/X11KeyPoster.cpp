@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int spacingMs = 10; // Part 4.1: 10 ms after each posted event
+constexpr int spacingMs = 10; // the pause after each posted event
 
 void post(xcb_connection_t *c, uint8_t type, xcb_keycode_t code)
 {

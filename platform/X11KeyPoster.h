@@ -1,7 +1,7 @@
 #pragma once
 #include "platform/KeyPoster.h"
 
-// XTest key events on the display Qt is connected to (PLATFORM.md: "Synthetic Command-V").
+// XTest key events on the display Qt is connected to.
 class X11KeyPoster final : public KeyPoster {
 public:
     bool isTrusted() const override;

@@ -6,7 +6,7 @@
 
 class Router;
 
-// Part 6.1's endpoints: the browser sign-in page (/app/connect) that hands a one-time
+// The account endpoints: the browser sign-in page (/app/connect) that hands a one-time
 // code bound to the PKCE challenge back to the application, the code exchange
 // (/api/app/token), the account details (/api/me) and the sign-out (/api/app/logout).
 class AccountEndpoints {

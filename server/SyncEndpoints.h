@@ -5,7 +5,7 @@
 
 class Router;
 
-// Part 6.2's endpoint /api/sync/stashwell: one opaque blob per account with a version
+// The settings-sync endpoint /api/sync/stashwell: one opaque blob per account with a version
 // that grows by one on every accepted PUT; a PUT based on another version is a 409.
 class SyncEndpoints {
 public:

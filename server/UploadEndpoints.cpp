@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr qsizetype maxBatch = 200; // Part 7.1: a batch holds up to 200 events
+constexpr qsizetype maxBatch = 200; // a statistics batch holds up to 200 events
 
 const QStringList kinds{QStringLiteral("improve"), QStringLiteral("crash"), QStringLiteral("testlog")};
 
-// The members every body of the kind always has, all strings (Parts 7.1, 7.2, 7.3).
+// The members every body of the kind always has, all strings.
 QStringList requiredStrings(const QString &kind)
 {
     const QStringList common{QStringLiteral("app"), QStringLiteral("installID"), QStringLiteral("appVersion"),
@@ -101,7 +101,7 @@ HttpResponse UploadEndpoints::receive(const QString &kind, const HttpRequest &re
     QList<QJsonObject> events;
     if (const QString problem = checkShape(kind, body.object, &events); !problem.isEmpty())
         return ApiSupport::badRequest(problem);
-    // Statistics may come with the user's token (Part 7.1); an unknown token is not an
+    // Statistics may come with the user's token; an unknown token is not an
     // error here, the upload is then simply anonymous.
     std::optional<qint64> accountId;
     if (const QString token = ApiSupport::bearerToken(request); !token.isEmpty()) {

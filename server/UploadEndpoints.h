@@ -6,8 +6,8 @@
 
 class Router;
 
-// Receives the diagnostics of Parts 7.1-7.3 (/api/improve, /api/crash, /api/testlog),
-// checks them against the body shapes those Parts define and stores each body as sent.
+// Receives the diagnostics uploads (/api/improve, /api/crash, /api/testlog), checks each
+// body's required members and stores it as sent.
 // In test mode, GET /test/received?kind=… lists what arrived.
 class UploadEndpoints {
 public:

@@ -1,6 +1,7 @@
 #pragma once
-// The accessibility permission of Parts 8.1 and 9.1 (AXIsProcessTrusted on macOS; on X11
-// "trusted" means the XTest extension is present, PLATFORM.md).
+// The accessibility permission shown by the permissions tab and the guide: whether Stashwell
+// may type the paste shortcut for the user. On X11 "trusted" means the XTest extension is
+// present.
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -12,7 +13,7 @@ class AccessibilityPermission {
 public:
     virtual ~AccessibilityPermission() = default;
     virtual bool isTrusted() const = 0;
-    // AXIsProcessTrustedWithOptions with the prompt option.
+    // Asks for the permission, or explains it where it cannot be asked for.
     virtual void prompt() = 0;
     // The accessibility pane of the system settings.
     virtual void openSystemSettings() = 0;

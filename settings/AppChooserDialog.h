@@ -1,5 +1,5 @@
 #pragma once
-// "Add App…" on Linux (Part 8.1's open panel for application bundles): a dialog listing the
+// "Add App…" of the privacy tab's excluded applications: a dialog listing the
 // installed applications (desktop entries) with their icons and names; several can be chosen.
 #include <QDialog>
 #include <QStringList>

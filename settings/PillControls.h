@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1's custom controls: capsule buttons, a pull-down pill, a capsule segmented control,
+// The settings window's custom controls: capsule buttons, a pull-down pill, a capsule segmented control,
 // an on/off switch and a track-less scroll bar, all drawn with the shared `PillTheme` and the
 // widget palette (so they follow light and dark themes).
 #include <QAbstractButton>

@@ -1,6 +1,6 @@
 #pragma once
-// The one-second accessibility polling of the permissions tab (Part 8.1) and of the guide's
-// permission page (Part 9.1), behind a seam so that tests fire the ticks themselves.
+// The one-second accessibility polling of the permissions tab and of the guide's
+// permission page, behind a seam so that tests fire the ticks themselves.
 #include <functional>
 #include <memory>
 

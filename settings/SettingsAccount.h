@@ -1,5 +1,5 @@
 #pragma once
-// What the account tab needs of the cloud account and the settings sync (Parts 6.1, 6.2):
+// What the account tab needs of the cloud account and the settings sync:
 // a seam, so that the tab does not depend on how the account is built. The composition root
 // adapts CloudAccount / CloudSync to it.
 #include <QObject>
@@ -30,7 +30,7 @@ signals:
 class CloudAccount;
 class CloudSync;
 
-// The account tab over the real cloud account (Part 6.1) and settings sync (Part 6.2).
+// The account tab over the real cloud account and settings sync.
 class CloudSettingsAccount final : public SettingsAccount {
     Q_OBJECT
 public:

@@ -1,8 +1,7 @@
 #pragma once
-// The few texts the Linux settings window needs beyond the catalogue of Part 2.5 (whose keys
-// are exactly the spec's): the application chooser that stands in for the macOS open panel,
-// and the account tab's notice while no web service is configured. Fourteen languages, like
-// the catalogue; looked up in L10n's current language.
+// The few texts the settings window needs beyond the main catalogue: the privacy tab's
+// application chooser and the account tab's notice while no web service is configured.
+// Fourteen languages, like the catalogue; looked up in L10n's current language.
 #include "l10n/AppLanguage.h"
 
 #include <QString>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1 `SettingsRouter`: the selected tab, kept for the process (never persisted), so the
+// The selected settings tab, kept for the process (never persisted), so the
 // window reopens on the tab it was closed on.
 #include "settings/SettingsTab.h"
 

@@ -1,6 +1,6 @@
 #pragma once
-// What the settings window works on: the settings store and the other Parts' services, each
-// as a reference or a callback, so that tests build the window over fakes.
+// What the settings window works on: the settings store and the other subsystems'
+// services, each as a reference or a callback, so that tests build the window over fakes.
 #include <QStringList>
 #include <functional>
 #include <optional>
@@ -16,7 +16,7 @@ class L10n;
 class QWidget;
 class SettingsAccount;
 
-// The updater of Part 2.6; present only when the build declares a feed (SUFeedURL).
+// The appcast updater; present only when the build declares a feed (STASHWELL_FEED_URL).
 struct SettingsUpdater {
     std::function<void()> checkNow;
     std::function<bool()> automaticChecks;
@@ -32,14 +32,15 @@ struct SettingsServices {
     AccessibilityGrant &accessibility;
     SettingsAccount &account;
     std::optional<SettingsUpdater> updater;
-    // The clear-history question of Part 2.4 (asks, then clears).
+    // The clear-history question (asks, then clears).
     std::function<void()> clearHistory;
     // "Add App…": the desktop-entry IDs the user chose, in order (empty when cancelled).
     std::function<QStringList(QWidget *parent)> chooseApps;
-    // Every click on the sidebar's application icon (TesterModeIcon, Part 7.3).
+    // Every click on the sidebar's application icon (TesterModeIcon: eight quick clicks
+    // switch the tester mode).
     std::function<void()> onIconClicked;
     // The permissions tab's one-second polling.
     PollTimerFactory timers = PollTimers::qt();
-    // The version shown by the about tab (CFBundleShortVersionString).
+    // The version shown by the about tab (the project version).
     QString version;
 };

@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1 `SettingsTab`: the tabs in sidebar order with their texts, symbol and icon gradient.
+// The settings tabs in sidebar order with their texts, symbol and icon gradient.
 #include <QColor>
 #include <QString>
 #include <array>

@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1: the six tabs' contents (rows top to bottom as the Part lists them).
+// The six tabs' contents, rows top to bottom.
 #include "settings/PillControls.h"
 #include "settings/SettingsTab.h"
 #include "settings/SettingsTabPage.h"
@@ -15,7 +15,7 @@ public:
     explicit GeneralTab(SettingsServices &services, QWidget *parent = nullptr);
     // "System" (empty code), then the fourteen languages by their own names.
     static MSDropdown::Options languageOptions(L10n &l10n);
-    // Global hot key caps (PLATFORM.md Keys: Command-Shift-V is Super+Shift+V here).
+    // The global hot key's caps: Super, Shift, V.
     static QStringList hotKeyCaps();
 
 private:

@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1 layout: the sidebar (application icon, heading, one row per tab) and the content
+// The settings window's layout: the sidebar (application icon, heading, one row per tab) and the content
 // pane (the selected tab's title, subtitle and scrolling content). Follows the router and the
 // interface language live.
 #include "settings/SettingsServices.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1's building blocks shared by all tabs: cards of rows, footers, key caps, badges and
+// The building blocks shared by all settings tabs: cards of rows, footers, key caps, badges and
 // the sidebar's icon chips.
 #include <QColor>
 #include <QFont>

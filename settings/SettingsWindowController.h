@@ -1,5 +1,5 @@
 #pragma once
-// Part 8.1 `SettingsWindowController`: the one settings window, built on the first show(),
+// The one settings window, built on the first show(),
 // dropped when closed (the next show builds a fresh one; the router keeps the tab).
 #include "common/ClosingWindow.h"
 #include "settings/SettingsServices.h"

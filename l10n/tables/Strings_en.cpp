@@ -1,5 +1,6 @@
-// English: the catalogue of spec Part 2.5 as it stands, with the Linux adaptations of
-// PLATFORM.md "Texts" (key glyphs, "computer" for "Mac", the XDG data path, desktop settings).
+// English, the reference table: every language has the same keys. Shortcuts name this
+// desktop's keys (Ctrl+V, Super+Shift+V), the history lives in the XDG data directory
+// (~/.local/share/Stashwell), and the machine is a "computer".
 #include "l10n/tables/LocalizationEntries.h"
 
 namespace {

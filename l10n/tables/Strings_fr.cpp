@@ -1,4 +1,4 @@
-// French. Key glyphs, "computer" and the data path follow PLATFORM.md "Texts".
+// French. Shortcuts and the data path are written as in the English table.
 #include "l10n/tables/LocalizationEntries.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// Brazilian Portuguese. Key glyphs, "computer" and the data path follow PLATFORM.md "Texts".
+// Brazilian Portuguese. Shortcuts and the data path are written as in the English table.
 #include "l10n/tables/LocalizationEntries.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// Russian. Key glyphs, "computer" and the data path follow PLATFORM.md "Texts".
+// Russian. Shortcuts and the data path are written as in the English table.
 #include "l10n/tables/LocalizationEntries.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// Simplified Chinese. Key glyphs, "computer" and the data path follow PLATFORM.md "Texts".
+// Simplified Chinese. Shortcuts and the data path are written as in the English table.
 #include "l10n/tables/LocalizationEntries.h"
 
 namespace {
