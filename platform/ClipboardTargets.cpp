@@ -2,15 +2,32 @@
 
 #include <QSet>
 
-namespace ClipboardTargets {
-
 namespace {
 
 const QString plainType = QStringLiteral("text/plain");
-const QString utf8StringTarget = QStringLiteral("UTF8_STRING");
 const QString latin1StringTarget = QStringLiteral("STRING");
+// The targets that carry "text/plain", best first: GTK may reduce "text/plain" itself to ASCII.
+const QStringList textTargets{QStringLiteral("UTF8_STRING"), plainType, latin1StringTarget};
 
 } // namespace
+
+QStringList ClipboardWant::candidates(const QStringList &offered) const
+{
+    QStringList result;
+    for (const QString &format : formats) {
+        if (format.endsWith(QLatin1String("/*"))) {
+            const QStringView prefix = QStringView(format).chopped(1);
+            for (const QString &type : offered)
+                if (type.startsWith(prefix) && !result.contains(type))
+                    result << type;
+        } else if (offered.contains(format) && !result.contains(format)) {
+            result << format;
+        }
+    }
+    return result;
+}
+
+namespace ClipboardTargets {
 
 bool isReadable(const QString &target)
 {
@@ -26,23 +43,35 @@ bool isReadable(const QString &target)
     return !target.isEmpty() && !skipped.contains(target);
 }
 
+QString formatOf(const QString &target)
+{
+    return textTargets.contains(target) ? plainType : target;
+}
+
+QStringList targetsOf(const QString &format, const QStringList &offered)
+{
+    QStringList targets;
+    for (const QString &target : format == plainType ? textTargets : QStringList{format})
+        if (offered.contains(target))
+            targets << target;
+    return targets;
+}
+
+QByteArray formatData(const QString &target, const QByteArray &bytes)
+{
+    return target == latin1StringTarget ? QString::fromLatin1(bytes).toUtf8() : bytes;
+}
+
 ClipboardItemData toMimeFormats(const ClipboardItemData &targets)
 {
-    // The text for "text/plain": UTF8_STRING first (GTK may reduce "text/plain" to ASCII),
-    // then "text/plain" itself, then Latin-1 STRING converted to UTF-8.
-    std::optional<QByteArray> text;
-    qsizetype textPosition = -1;
-    int textRank = 4;
+    // The text goes where the first text target was, taken from the best one.
     ClipboardItemData formats;
+    qsizetype textPosition = -1;
+    qsizetype textRank = textTargets.size();
+    QByteArray text;
     for (const auto &[target, bytes] : targets) {
-        int rank = 4;
-        if (target == utf8StringTarget)
-            rank = 1;
-        else if (target == plainType)
-            rank = 2;
-        else if (target == latin1StringTarget)
-            rank = 3;
-        if (rank == 4) {
+        const qsizetype rank = textTargets.indexOf(target);
+        if (rank < 0) {
             formats.append({target, bytes});
             continue;
         }
@@ -50,11 +79,11 @@ ClipboardItemData toMimeFormats(const ClipboardItemData &targets)
             textPosition = formats.size();
         if (rank < textRank) {
             textRank = rank;
-            text = rank == 3 ? QString::fromLatin1(bytes).toUtf8() : bytes;
+            text = formatData(target, bytes);
         }
     }
-    if (text)
-        formats.insert(textPosition, {plainType, *text});
+    if (textPosition >= 0)
+        formats.insert(textPosition, {plainType, text});
     return formats;
 }
 

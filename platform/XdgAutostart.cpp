@@ -4,7 +4,6 @@
 #include "common/Paths.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -22,8 +21,9 @@ XdgAutostart &XdgAutostart::shared()
 
 QString XdgAutostart::registerItem()
 {
+    // Made private like Stashwell's other directories; one that exists is left as the user has it.
     const QString dir = QFileInfo(m_entryPath).absolutePath();
-    if (!QDir().mkpath(dir))
+    if (!QFileInfo(dir).isDir() && !FileSafety::ensurePrivateDir(dir))
         return QStringLiteral("cannot create %1").arg(dir);
     const QByteArray entry = "[Desktop Entry]\n"
                              "Type=Application\n"

@@ -1,265 +1,222 @@
-// Part 1.2 edge cases: classification by read(from:) and the tick.
+// The monitor against a fake clipboard: what each copy becomes, which copies are never
+// recorded, and that every change is read once however changes and slow reads interleave.
 #include "capture/ClipboardMonitor.h"
+#include "capture/SecurityPolicy.h"
 #include "fakes/StoreFixture.h"
 
-#include <QBuffer>
-#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QUrl>
 #include <QtTest>
+
+using Formats = QList<std::pair<QString, QByteArray>>;
+Q_DECLARE_METATYPE(Formats)
 
 class ClipboardMonitorTest : public QObject {
     Q_OBJECT
     std::unique_ptr<StoreFixture> f;
-    FakeClipboard clipboard;
+    std::unique_ptr<FakeClipboard> clipboard;
     FakeActiveWindow window;
     std::unique_ptr<ClipboardMonitor> monitor;
 
-    static std::optional<ClipCapture> readText(const QString &text)
+    void copy(const Formats &formats)
     {
-        QMimeData data;
-        data.setText(text);
-        return ClipboardMonitor::read(data);
+        auto *data = new QMimeData;
+        for (const auto &[format, bytes] : formats)
+            data->setData(format, bytes);
+        clipboard->copy(data);
     }
+    QStringList texts() const
+    {
+        QStringList texts;
+        for (const ClipItem &item : f->store->items())
+            texts << item.text.value_or(QString());
+        return texts;
+    }
+    QStringList skipReasons() const
+    {
+        QStringList reasons;
+        for (const auto &[name, properties] : f->events)
+            if (name == QLatin1String("capture.skipped"))
+                reasons << properties.value(QStringLiteral("reason")).toString();
+        return reasons;
+    }
+    // One step of a copy sequence; the steps of one group happen before the monitor hears of any.
+    void run(const QString &step)
+    {
+        const QString word = step.section(QLatin1Char(' '), 0, 0);
+        const QByteArray arg = step.section(QLatin1Char(' '), 1).toUtf8();
+        if (word == QLatin1String("copy"))
+            copy({{"text/plain", arg}});
+        else if (word == QLatin1String("secret"))
+            copy({{"text/plain", arg}, {SecurityPolicy::passwordManagerHintType, "secret"}});
+        else if (word == QLatin1String("concealed"))
+            copy({{"text/plain", arg}, {SecurityPolicy::concealedType, {}}});
+        else if (word == QLatin1String("own")) { // as the paste service writes and restores
+            auto *data = new QMimeData;
+            data->setText(QString::fromUtf8(arg));
+            clipboard->write(data);
+            monitor->ignoreChangeCount(clipboard->changeCount());
+        } else if (word == QLatin1String("app"))
+            window.app = FrontApp{QString::fromUtf8(arg), QString::fromUtf8(arg)};
+        else if (word == QLatin1String("pause") || word == QLatin1String("resume"))
+            f->settings.setMonitoringPaused(word == QLatin1String("pause"));
+        else if (word == QLatin1String("hold"))
+            clipboard->holdReads = true;
+        else if (word == QLatin1String("release")) {
+            clipboard->holdReads = false;
+            clipboard->finishReads();
+        } else
+            QFAIL(qPrintable(step));
+    }
+
 private slots:
     void init()
     {
         f = std::make_unique<StoreFixture>();
-        clipboard.copyText(QStringLiteral("there before launch"));
+        clipboard = std::make_unique<FakeClipboard>();
+        clipboard->copyText(QStringLiteral("there before launch"));
         window.app = FrontApp{QStringLiteral("org.kde.kate"), QStringLiteral("Kate")};
-        monitor = std::make_unique<ClipboardMonitor>(clipboard, window, f->settings, *f->store,
+        monitor = std::make_unique<ClipboardMonitor>(*clipboard, window, f->settings, *f->store,
                                                      [this](const QString &n, const QVariantMap &p) {
                                                          f->events.append({n, p});
                                                      });
+        monitor->start();
     }
 
-    void contentBeforeLaunchIsNeverRecorded()
+    void sequences_data()
     {
+        QTest::addColumn<QStringList>("groups"); // steps separated by "; "
+        QTest::addColumn<QStringList>("history"); // newest first
+        QTest::addColumn<QStringList>("skipped");
+        QTest::addColumn<int>("reads");
+        const QStringList none;
+        QTest::newRow("before launch") << none << none << none << 0;
+        QTest::newRow("every copy") << QStringList{"copy a", "copy b", "copy c"} << QStringList{"c", "b", "a"} << none << 3;
+        QTest::newRow("same text again moves it") << QStringList{"copy a", "copy b", "copy a"} << QStringList{"a", "b"}
+                                                  << none << 3;
+        QTest::newRow("copy during a slow read is read next")
+            << QStringList{"hold", "copy a", "copy b", "release"} << QStringList{"b"} << none << 2;
+        QTest::newRow("copies between reads: only the last is left")
+            << QStringList{"copy a; copy b; copy c"} << QStringList{"c"} << none << 1;
+        QTest::newRow("own write") << QStringList{"own x"} << none << none << 0;
+        QTest::newRow("own write, then a copy") << QStringList{"own x; copy b"} << QStringList{"b"} << none << 1;
+        QTest::newRow("copy replaced by an own write") << QStringList{"copy a; own x"} << none << none << 0;
+        QTest::newRow("own write during a slow read")
+            << QStringList{"hold", "copy a", "own x", "release", "copy b"} << QStringList{"b"} << none << 2;
+        QTest::newRow("paused") << QStringList{"pause", "copy a", "resume", "copy b"} << QStringList{"b"}
+                                << QStringList{"paused"} << 1;
+        QTest::newRow("password manager") << QStringList{"secret hunter2", "concealed pin"} << none
+                                          << QStringList{"concealed", "concealed"} << 2;
+        QTest::newRow("secret during a slow read")
+            << QStringList{"hold", "copy a", "secret hunter2", "release"} << none << QStringList{"concealed"} << 2;
+        QTest::newRow("excluded application is not even read")
+            << QStringList{"app org.keepassxc.KeePassXC", "copy hunter2"} << none << QStringList{"excludedApp"} << 0;
+    }
+    void sequences()
+    {
+        QFETCH(QStringList, groups);
+        QFETCH(QStringList, history);
+        QFETCH(QStringList, skipped);
+        QFETCH(int, reads);
+        for (const QString &group : std::as_const(groups)) {
+            for (const QString &step : group.split(QStringLiteral("; ")))
+                run(step);
+            QCoreApplication::processEvents();
+        }
         monitor->tick();
-        QVERIFY(f->store->items().isEmpty());
+        QCOMPARE(texts(), history); // nothing secret, nothing of our own
+        QCOMPARE(skipReasons(), skipped);
+        QCOMPARE(clipboard->reads, reads);
+        QVERIFY(monitor->ignoredChangeCounts().isEmpty()); // each own write was seen
     }
 
-    void sameTextTwiceReachesTheStoreTwice()
+    void sourceIsTheApplicationInFrontAtTheCopy()
     {
-        clipboard.copyText(QStringLiteral("hello"));
-        monitor->tick();
-        f->clock.advance(5);
-        clipboard.copyText(QStringLiteral("hello"));
-        monitor->tick();
-        QCOMPARE(f->store->items().size(), 1);
-        QCOMPARE(f->store->items()[0].createdAt, f->clock.now()); // the second one moved it
-        QCOMPARE(f->store->items()[0].sourceAppBundleID, QStringLiteral("org.kde.kate"));
-        QCOMPARE(f->store->items()[0].sourceAppName, QStringLiteral("Kate"));
-    }
+        clipboard->holdReads = true;
+        clipboard->copyText(QStringLiteral("from kate"));
+        QCoreApplication::processEvents();
+        window.app = FrontApp{QStringLiteral("org.mozilla.firefox"), QStringLiteral("Firefox")};
+        clipboard->finishReads();
+        QCOMPARE(f->store->items().value(0).sourceAppBundleID, QStringLiteral("org.kde.kate"));
+        QCOMPARE(f->store->items().value(0).sourceAppName, QStringLiteral("Kate"));
 
-    void ownWriteIsNotRecorded()
-    {
-        auto *data = new QMimeData;
-        data->setText(QStringLiteral("pasted by us"));
-        clipboard.write(data);
-        monitor->ignoreChangeCount(clipboard.changeCount());
-        monitor->tick();
-        QVERIFY(f->store->items().isEmpty());
-        QVERIFY(monitor->ignoredChangeCounts().isEmpty()); // removed when seen
-    }
-
-    void ignoreSetIsEmptiedAtNine()
-    {
-        for (int i = 1; i <= 8; ++i)
-            monitor->ignoreChangeCount(100 + i);
-        QCOMPARE(monitor->ignoredChangeCounts().size(), 8);
-        monitor->ignoreChangeCount(200);
-        QVERIFY(monitor->ignoredChangeCounts().isEmpty());
-    }
-
-    void linksAreTrimmedAndStrict()
-    {
-        auto c = readText(QStringLiteral("  https://example.com/a?b=1 \n"));
-        QCOMPARE(c->kind, ClipKind::link);
-        QCOMPARE(c->text, QStringLiteral("https://example.com/a?b=1"));
-        QCOMPARE(readText(QStringLiteral("see https://example.com now"))->kind, ClipKind::text);
-        QCOMPARE(readText(QStringLiteral("ftp://example.com/file"))->kind, ClipKind::text);
-        QCOMPARE(readText(QStringLiteral("http://"))->kind, ClipKind::text);
-        QCOMPARE(readText(QStringLiteral("http:/path/only"))->kind, ClipKind::text);
-    }
-
-    void linksDropFormatting()
-    {
-        QMimeData data;
-        data.setText(QStringLiteral("https://example.com"));
-        data.setHtml(QStringLiteral("<a href=\"https://example.com\">x</a>"));
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::link);
-        QVERIFY(!c->htmlData);
-    }
-
-    void colourStrings()
-    {
-        auto c = readText(QStringLiteral("#fff"));
-        QCOMPARE(c->kind, ClipKind::color);
-        QCOMPARE(c->colorHex, QStringLiteral("#FFFFFF"));
-        QCOMPARE(c->text, QStringLiteral("#fff"));
-        QCOMPARE(readText(QStringLiteral("#12345678"))->colorHex, QStringLiteral("#123456"));
-        QCOMPARE(readText(QStringLiteral(" #a1B2c3\n"))->colorHex, QStringLiteral("#A1B2C3"));
-        QCOMPARE(readText(QStringLiteral("#12345"))->kind, ClipKind::text);
-        QCOMPARE(readText(QStringLiteral("#GGGGGG"))->kind, ClipKind::text);
-        QCOMPARE(readText(QStringLiteral("fff"))->kind, ClipKind::text);
-    }
-
-    void colourObject()
-    {
-        QMimeData data;
-        // GTK's application/x-color: RGBA as four native-endian 16-bit channels.
-        const quint16 rgba[4] = {65535, 32768, 0, 65535};
-        data.setData(QStringLiteral("application/x-color"), QByteArray(reinterpret_cast<const char *>(rgba), 8));
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::color);
-        QCOMPARE(c->colorHex, QStringLiteral("#FF8000")); // 0.50000762 * 255 = 127.5019 rounds up
-        QCOMPARE(c->text, c->colorHex);
-        QCOMPARE(ClipboardMonitor::hexString(QColor::fromRgbF(0.5f, 0.f, 1.f)), QStringLiteral("#8000FF"));
-    }
-
-    void twoFilesBecomeOneFileCapture()
-    {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile("/home/u/a b.txt"), QUrl::fromLocalFile("/home/u/c.pdf")});
-        data.setText(QStringLiteral("file:///home/u/a%20b.txt"));
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::file);
-        QCOMPARE(c->fileURLs, QStringList({"/home/u/a b.txt", "/home/u/c.pdf"}));
-        QCOMPARE(c->text, QStringLiteral("/home/u/a b.txt\n/home/u/c.pdf"));
-    }
-
-    void gnomeCopiedFiles()
-    {
-        QMimeData data;
-        data.setData(QStringLiteral("x-special/gnome-copied-files"), "copy\nfile:///tmp/x.png\nfile:///tmp/y%20z");
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::file);
-        QCOMPARE(c->fileURLs, QStringList({"/tmp/x.png", "/tmp/y z"}));
-    }
-
-    void remoteUrlListFallsThroughToText()
-    {
-        QMimeData data;
-        data.setUrls({QUrl(QStringLiteral("https://example.com"))});
-        data.setText(QStringLiteral("https://example.com"));
-        QCOMPARE(ClipboardMonitor::read(data)->kind, ClipKind::link);
-    }
-
-    void fileAndImageIsAFile()
-    {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile("/home/u/photo.png")});
-        data.setData(QStringLiteral("image/png"), StoreFixture::encodedImage(4, 3, Qt::red));
-        QCOMPARE(ClipboardMonitor::read(data)->kind, ClipKind::file);
-    }
-
-    void pngIsTakenAsItIs()
-    {
-        QMimeData data;
-        const QByteArray png = StoreFixture::encodedImage(4, 3, Qt::red);
-        data.setData(QStringLiteral("image/png"), png);
-        data.setText(QStringLiteral("alt text"));
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::image);
-        QCOMPARE(c->imageData, png);
-        QVERIFY(!c->text);
-    }
-
-    void tiffOnlyIsStoredAsPng()
-    {
-        QMimeData data;
-        data.setData(QStringLiteral("image/tiff"), StoreFixture::encodedImage(7, 5, Qt::red, "TIFF"));
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::image);
-        QVERIFY(c->imageData->startsWith("\x89PNG"));
-        QCOMPARE(QImage::fromData(*c->imageData).size(), QSize(7, 5));
-    }
-
-    void undecodableImageFallsThrough()
-    {
-        QMimeData data;
-        data.setData(QStringLiteral("image/tiff"), "not an image");
-        data.setText(QStringLiteral("caption"));
-        QCOMPARE(ClipboardMonitor::read(data)->kind, ClipKind::text);
-    }
-
-    void textKeepsRtfAndHtml()
-    {
-        QMimeData data;
-        data.setText(QStringLiteral(" bold text "));
-        data.setHtml(QStringLiteral("<b>bold text</b>"));
-        data.setData(QStringLiteral("text/rtf"), "{\\rtf1 bold}");
-        const auto c = ClipboardMonitor::read(data);
-        QCOMPARE(c->kind, ClipKind::text);
-        QCOMPARE(c->text, QStringLiteral(" bold text ")); // unchanged
-        QCOMPARE(c->htmlData, QByteArray("<b>bold text</b>"));
-        QCOMPARE(c->rtfData, QByteArray("{\\rtf1 bold}"));
-    }
-
-    void emptyStringYieldsNothing()
-    {
-        QCOMPARE(readText(QString()), std::nullopt);
-        QMimeData htmlOnly;
-        htmlOnly.setHtml(QStringLiteral("<p>x</p>"));
-        QCOMPARE(ClipboardMonitor::read(htmlOnly), std::nullopt);
-        clipboard.copyText(QString());
-        monitor->tick();
-        QVERIFY(f->store->items().isEmpty());
-    }
-
-    void pausedCopyIsReportedAndConsumed()
-    {
-        f->settings.setMonitoringPaused(true);
-        clipboard.copyText(QStringLiteral("while paused"));
-        monitor->tick();
-        QVERIFY(f->store->items().isEmpty());
-        QCOMPARE(f->events.size(), 1);
-        QCOMPARE(f->events[0].first, QStringLiteral("capture.skipped"));
-        QCOMPARE(f->events[0].second.value("reason"), QStringLiteral("paused"));
-        QCOMPARE(f->events[0].second.value("sourceApp"), QStringLiteral("org.kde.kate"));
-        f->settings.setMonitoringPaused(false);
-        monitor->tick();
-        QVERIFY(f->store->items().isEmpty()); // not picked up after un-pausing
-    }
-
-    void policySkipsAreReported()
-    {
-        window.app.reset();
-        auto *data = new QMimeData;
-        data->setText(QStringLiteral("hunter2"));
-        data->setData(QStringLiteral("org.nspasteboard.ConcealedType"), QByteArray());
-        clipboard.copy(data);
-        monitor->tick();
-        QVERIFY(f->store->items().isEmpty());
-        QCOMPARE(f->events.value(0).second.value("reason"), QStringLiteral("concealed"));
-        QCOMPARE(f->events.value(0).second.value("sourceApp"), QStringLiteral("?"));
-
-        window.app = FrontApp{QStringLiteral("org.keepassxc.KeePassXC"), QStringLiteral("KeePassXC")};
-        clipboard.copyText(QStringLiteral("another"));
-        monitor->tick();
-        QCOMPARE(f->events.value(1).second.value("reason"), QStringLiteral("excludedApp"));
-        QVERIFY(f->store->items().isEmpty());
-    }
-
-    void missingAppLeavesSourceAbsent()
-    {
         window.app = FrontApp{QString(), QString()};
-        clipboard.copyText(QStringLiteral("anonymous"));
-        monitor->tick();
-        QCOMPARE(f->store->items().size(), 1);
+        clipboard->copyText(QStringLiteral("anonymous"));
+        QCoreApplication::processEvents();
+        clipboard->finishReads();
+        QCOMPARE(f->store->items().value(0).text, QStringLiteral("anonymous"));
         QVERIFY(!f->store->items()[0].sourceAppBundleID);
         QVERIFY(!f->store->items()[0].sourceAppName);
     }
 
-    void startPollsEveryFifthOfASecond()
+    void classifies_data()
     {
-        monitor->start();
-        monitor->start(); // a second start does nothing
-        clipboard.copyText(QStringLiteral("polled"));
-        QTRY_COMPARE_WITH_TIMEOUT(f->store->items().size(), 1, 2000);
-        QCOMPARE(monitor->findChildren<QTimer *>().size(), 1);
-        QCOMPARE(monitor->findChild<QTimer *>()->interval(), 200);
+        const QByteArray png = StoreFixture::encodedImage(4, 3, Qt::red);
+        const quint16 rgba[4] = {65535, 32768, 0, 65535}; // application/x-color: native-endian 16-bit RGBA
+        QTest::addColumn<Formats>("formats");
+        QTest::addColumn<QJsonObject>("entry"); // the fields to check; empty: nothing recorded
+        const auto text = [](const char *kind, const char *text) { return QJsonObject{{"kind", kind}, {"text", text}}; };
+        QTest::newRow("link, trimmed") << Formats{{"text/plain", " https://example.com/a?b=1 \n"}}
+                                       << text("link", "https://example.com/a?b=1");
+        QTest::newRow("link drops formatting")
+            << Formats{{"text/plain", "https://example.com"}, {"text/html", "<a href=\"https://example.com\">x</a>"}}
+            << QJsonObject{{"kind", "link"}, {"hasHTML", false}};
+        QTest::newRow("link in a sentence") << Formats{{"text/plain", "see https://example.com now"}}
+                                            << text("text", "see https://example.com now");
+        for (const char *notLink : {"ftp://example.com/file", "http://", "http:/path/only"})
+            QTest::addRow("not a link: %s", notLink) << Formats{{"text/plain", notLink}} << text("text", notLink);
+        QTest::newRow("short colour") << Formats{{"text/plain", "#fff"}}
+                                      << QJsonObject{{"kind", "color"}, {"text", "#fff"}, {"colorHex", "#FFFFFF"}};
+        QTest::newRow("colour with alpha") << Formats{{"text/plain", " #a1B2c3ff\n"}}
+                                           << QJsonObject{{"kind", "color"}, {"colorHex", "#A1B2C3"}};
+        for (const char *notColour : {"#12345", "#GGGGGG", "fff"})
+            QTest::addRow("not a colour: %s", notColour) << Formats{{"text/plain", notColour}} << text("text", notColour);
+        QTest::newRow("colour object") // 0.50000762 * 255 = 127.5019 rounds up
+            << Formats{{"application/x-color", QByteArray(reinterpret_cast<const char *>(rgba), 8)}}
+            << QJsonObject{{"kind", "color"}, {"text", "#FF8000"}, {"colorHex", "#FF8000"}};
+        QTest::newRow("two files")
+            << Formats{{"text/uri-list", "file:///home/u/a%20b.txt\r\nfile:///home/u/c.pdf\r\n"},
+                       {"text/plain", "file:///home/u/a%20b.txt"}}
+            << QJsonObject{{"kind", "file"},
+                           {"fileURLs", QJsonArray{"/home/u/a b.txt", "/home/u/c.pdf"}},
+                           {"text", "/home/u/a b.txt\n/home/u/c.pdf"}};
+        QTest::newRow("file manager's copied files")
+            << Formats{{"x-special/gnome-copied-files", "copy\nfile:///tmp/x.png\nfile:///tmp/y%20z"}}
+            << QJsonObject{{"kind", "file"}, {"fileURLs", QJsonArray{"/tmp/x.png", "/tmp/y z"}}};
+        QTest::newRow("remote address list is a link")
+            << Formats{{"text/uri-list", "https://example.com\r\n"}, {"text/plain", "https://example.com"}}
+            << text("link", "https://example.com");
+        QTest::newRow("file and image is a file")
+            << Formats{{"text/uri-list", "file:///home/u/photo.png\r\n"}, {"image/png", png}}
+            << QJsonObject{{"kind", "file"}, {"hasImage", false}};
+        QTest::newRow("png, alt text ignored") << Formats{{"image/png", png}, {"text/plain", "alt text"}}
+                                               << QJsonObject{{"kind", "image"}, {"pixelWidth", 4}, {"byteSize", png.size()}};
+        QTest::newRow("tiff becomes png")
+            << Formats{{"image/tiff", StoreFixture::encodedImage(7, 5, Qt::red, "TIFF")}}
+            << QJsonObject{{"kind", "image"}, {"pixelWidth", 7}, {"pixelHeight", 5}};
+        QTest::newRow("undecodable image") << Formats{{"image/tiff", "not an image"}, {"text/plain", "caption"}}
+                                           << text("text", "caption");
+        QTest::newRow("text keeps rtf and html")
+            << Formats{{"text/plain", " bold text "}, {"text/html", "<b>bold text</b>"}, {"text/rtf", "{\\rtf1 bold}"}}
+            << QJsonObject{{"kind", "text"}, {"text", " bold text "}, {"hasHTML", true}, {"hasRTF", true}};
+        QTest::newRow("utf-8 text first") << Formats{{"text/plain;charset=utf-8", "h\xc3\xa9"}, {"text/plain", "h?"}}
+                                          << text("text", "hé");
+        QTest::newRow("html only") << Formats{{"text/html", "<p>x</p>"}} << QJsonObject();
+        QTest::newRow("empty text") << Formats{{"text/plain", ""}} << QJsonObject();
+    }
+    void classifies()
+    {
+        QFETCH(Formats, formats);
+        QFETCH(QJsonObject, entry);
+        copy(formats);
+        QCoreApplication::processEvents();
+        QCOMPARE(f->store->items().size(), entry.isEmpty() ? 0 : 1);
+        if (entry.isEmpty())
+            return;
+        const QJsonObject item = QJsonDocument::fromJson(f->store->items()[0].toJson()).object();
+        for (auto it = entry.begin(); it != entry.end(); ++it)
+            QVERIFY2(item.value(it.key()) == it.value(), qPrintable(it.key() + ": " + f->store->items()[0].toJson()));
     }
 };
 
