@@ -17,7 +17,7 @@ struct PaletteFixture : StoreFixture {
     FakeKeyPoster keys;
     FakeSnapshotReader reader{clipboard};
     FakeActiveWindow window;
-    ClipboardMonitor monitor{clipboard, window, settings, *store, {}};
+    ClipboardMonitor monitor{clipboard, window, settings, *store, recorder()};
     PasteService paste{clipboard, keys, reader, monitor, *store, settings};
     FakeToastScheduler scheduler;
     HUDToast toast{scheduler};
@@ -26,8 +26,7 @@ struct PaletteFixture : StoreFixture {
     DesktopEntries entries{QStringLiteral("C")};
     AppIconCache icons{entries};
     int draw = 5; // the one-in-ten draw; 0 samples the opening
-    PaletteController controller{*store, settings, l10n, paste, toast, window, icons, clock,
-                                 [this](const QString &n, const QVariantMap &p) { events.append({n, p}); },
+    PaletteController controller{*store, settings, l10n, paste, toast, window, icons, clock, recorder(),
                                  [this] { return draw; }};
 
     void add(const QString &text, bool pin = false)

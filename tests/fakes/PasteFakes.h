@@ -1,9 +1,8 @@
 #pragma once
-// In-memory stand-ins for the paste service's, the notice's and the hot key's platform parts.
+// In-memory stand-ins for the platform services behind pasting and the notice.
 #include "paste/ToastScheduler.h"
 #include "platform/Clipboard.h"
 #include "platform/ClipboardSnapshot.h"
-#include "platform/HotKeyBackend.h"
 #include "platform/KeyPoster.h"
 
 #include <QMap>
@@ -42,83 +41,43 @@ public:
     void read(std::function<void(std::optional<ClipboardSnapshot>)> done) override
     {
         ++reads;
-        const std::optional<ClipboardSnapshot> result = failing ? std::nullopt : std::optional(of(m_clipboard.contents()));
-        QTimer::singleShot(delayMs, &m_context, [done, result] { done(result); });
+        std::optional<ClipboardSnapshot> result;
+        if (!failing)
+            result = m_clipboard.contents() ? ClipboardSnapshot{item(*m_clipboard.contents())} : ClipboardSnapshot();
+        QTimer::singleShot(delayMs, &m_context, [this, done, result] {
+            ++delivered;
+            done(result);
+        });
     }
-    static ClipboardSnapshot of(const QMimeData *data)
+    static ClipboardItemData item(const QMimeData &data)
     {
-        if (!data)
-            return {};
         ClipboardItemData item;
-        for (const QString &format : data->formats())
-            item.append({format, data->data(format)});
-        return {item};
+        for (const QString &format : data.formats())
+            item.append({format, data.data(format)});
+        return item;
     }
     int delayMs = 0;
     bool failing = false;
     int reads = 0;
+    int delivered = 0; // reads whose result has been handed over
 
 private:
     const Clipboard &m_clipboard;
     QObject m_context;
 };
 
-class FakeHotKeyBackend final : public HotKeyBackend {
-public:
-    struct Registration {
-        Qt::Key key;
-        Qt::KeyboardModifiers modifiers;
-        quint32 id;
-    };
-    std::optional<Handle> installHandler(std::function<void(quint32)> handler) override
-    {
-        handlers.insert(next, std::move(handler));
-        return next++;
-    }
-    void removeHandler(Handle handler) override { handlers.remove(handler); }
-    std::optional<Handle> registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) override
-    {
-        if (taken)
-            return std::nullopt;
-        registrations.insert(next, {key, modifiers, id});
-        return next++;
-    }
-    void unregisterHotKey(Handle hotKey) override { registrations.remove(hotKey); }
-    // The user presses a registered combination: every installed handler hears it.
-    void press()
-    {
-        for (const Registration &registration : std::as_const(registrations)) {
-            const auto current = handlers;
-            for (const auto &handler : current)
-                handler(registration.id);
-        }
-    }
-    QMap<Handle, std::function<void(quint32)>> handlers;
-    QMap<Handle, Registration> registrations;
-    bool taken = false; // another program owns the combination
-
-private:
-    Handle next = 1;
-};
-
 // A timeline in milliseconds that only moves when the test advances it.
 class FakeToastScheduler final : public ToastScheduler {
 public:
-    struct Fade {
-        QPointer<QWidget> window;
-        qreal opacity;
-        int ms;
-        int startedAt;
-    };
     Job schedule(int ms, std::function<void()> job) override
     {
-        m_pending.insert(m_next, {now + ms, std::move(job)});
+        m_jobs.insert(m_next, {now + ms, std::move(job)});
         return m_next++;
     }
-    void cancel(Job job) override { m_pending.remove(job); }
+    void cancel(Job job) override { m_jobs.remove(job); }
     void fade(QWidget *window, qreal opacity, int ms, std::function<void()> completion) override
     {
-        fades.append({window, opacity, ms, now});
+        fades.append(opacity);
         schedule(ms, [window = QPointer(window), opacity, completion] {
             if (!window)
                 return;
@@ -131,25 +90,21 @@ public:
     void advance(int ms)
     {
         const int target = now + ms;
-        for (;;) {
-            auto due = m_pending.end();
-            for (auto it = m_pending.begin(); it != m_pending.end(); ++it)
-                if (it->first <= target && (due == m_pending.end() || it->first < due->first))
-                    due = it;
-            if (due == m_pending.end())
-                break;
+        const auto earliest = [this] {
+            return std::min_element(m_jobs.begin(), m_jobs.end(), [](auto &a, auto &b) { return a.first < b.first; });
+        };
+        for (auto due = earliest(); due != m_jobs.end() && due->first <= target; due = earliest()) {
             now = due->first;
             const std::function<void()> job = due->second;
-            m_pending.erase(due);
+            m_jobs.erase(due);
             job();
         }
         now = target;
     }
-    int pendingCount() const { return int(m_pending.size()); }
     int now = 0;
-    QList<Fade> fades;
+    QList<qreal> fades; // the target opacity of each fade, in order
 
 private:
-    QMap<Job, std::pair<int, std::function<void()>>> m_pending;
+    QMap<Job, std::pair<int, std::function<void()>>> m_jobs;
     Job m_next = 1;
 };

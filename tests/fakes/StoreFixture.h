@@ -20,12 +20,14 @@ struct StoreFixture {
 
     StoreFixture() { reopen(); }
     QString dir() const { return tmp.path() + QStringLiteral("/Stashwell"); }
+    RecordUsage recorder()
+    {
+        return [this](const QString &name, const QVariantMap &props) { events.append({name, props}); };
+    }
     HistoryStore &reopen()
     {
         store.reset(); // a pending save is dropped with the old instance, as at a crash
-        store = std::make_unique<HistoryStore>(dir(), settings, clock, [this](const QString &n, const QVariantMap &p) {
-            events.append({n, p});
-        });
+        store = std::make_unique<HistoryStore>(dir(), settings, clock, recorder());
         return *store;
     }
 

@@ -1,6 +1,6 @@
-// The Linux side of "frontmost application": desktop entries and the autostart entry.
+// Desktop entries: those that name the application in front, and Stashwell's own (stashwell:// URLs).
+#include "fakes/TestFiles.h"
 #include "platform/DesktopEntries.h"
-#include "platform/LoginItem.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -9,71 +9,35 @@ class DesktopEntriesTest : public QObject {
     Q_OBJECT
     QTemporaryDir tmp;
 
-    void write(const QString &relative, const QByteArray &content)
-    {
-        const QString path = tmp.path() + QStringLiteral("/share/applications/") + relative;
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-    }
-
 private slots:
-    void initTestCase()
+    void readsVisibleApplicationsByIdOrWindowClassAndOursOpensStashwellURLs()
     {
         qputenv("XDG_DATA_HOME", (tmp.path() + "/home").toUtf8());
         qputenv("XDG_DATA_DIRS", (tmp.path() + "/share").toUtf8());
-        write("org.keepassxc.KeePassXC.desktop",
-              "[Desktop Entry]\nType=Application\nName=KeePassXC\nName[de]=KeePassXC (de)\nIcon=keepassxc\n"
-              "StartupWMClass=keepassxc\n[Desktop Action New]\nName=Other\n");
-        write("org.gnome.Zenity.desktop", "[Desktop Entry]\nType=Application\nName=Zenity\nNoDisplay=true\n");
-        write("kde/kate.desktop", "[Desktop Entry]\nType=Application\nName=Kate\n");
-        write("hidden.desktop", "[Desktop Entry]\nType=Application\nName=Gone\nHidden=true\n");
-        write("link.desktop", "[Desktop Entry]\nType=Link\nName=Web\n");
-    }
-
-    void readsApplicationsOnly()
-    {
-        DesktopEntries entries(QStringLiteral("de_DE"));
-        QCOMPARE(entries.all().size(), 3);
-        QVERIFY(!entries.byId("hidden"));
-        QVERIFY(!entries.byId("link"));
-        QCOMPARE(entries.byId("kde-kate")->name, QStringLiteral("Kate")); // subdirectories join with "-"
-        QVERIFY(entries.byId("org.gnome.Zenity")->noDisplay);
-    }
-
-    void localizedNameOfTheMainGroup()
-    {
+        const QList<std::pair<QString, QByteArray>> files{
+            {"org.keepassxc.KeePassXC", "Type=Application\nName=KeePassXC\nName[de]=KeePassXC (de)\nIcon=keepassxc\n"
+                                        "StartupWMClass=keepassxc\n[Desktop Action New]\nName=Other\n"},
+            {"org.gnome.Zenity", "Type=Application\nName=Zenity\nNoDisplay=true\n"},
+            {"kde/kate", "Type=Application\nName=Kate\n"},
+            {"hidden", "Type=Application\nName=Gone\nHidden=true\n"},
+            {"link", "Type=Link\nName=Web\n"}};
+        QVERIFY(QDir().mkpath(tmp.path() + "/share/applications/kde"));
+        for (const auto &[name, keys] : files)
+            QVERIFY(writeFile(tmp.path() + "/share/applications/" + name + ".desktop", "[Desktop Entry]\n" + keys));
         DesktopEntries de(QStringLiteral("de_DE"));
+        QCOMPARE(de.all().size(), 3);
+        QVERIFY(!de.byId("hidden") && !de.byId("link"));
+        QCOMPARE(de.byId("kde-kate")->name, QStringLiteral("Kate")); // subdirectories join with "-"
+        QVERIFY(de.byId("org.gnome.Zenity")->noDisplay);
         QCOMPARE(de.byId("org.keepassxc.KeePassXC")->name, QStringLiteral("KeePassXC (de)"));
         DesktopEntries fr(QStringLiteral("fr_FR"));
         QCOMPARE(fr.byId("org.keepassxc.KeePassXC")->name, QStringLiteral("KeePassXC"));
-        QCOMPARE(fr.byId("org.keepassxc.KeePassXC")->icon, QStringLiteral("keepassxc"));
-    }
-
-    void wmClassResolvesToTheDesktopEntry()
-    {
-        DesktopEntries entries(QStringLiteral("C"));
-        QCOMPARE(entries.byWMClass("keepassxc", "KeePassXC")->id, QStringLiteral("org.keepassxc.KeePassXC"));
-        QCOMPARE(entries.byWMClass("zenity", "Zenity")->id, QStringLiteral("org.gnome.Zenity")); // last component
-        QVERIFY(!entries.byWMClass("xterm", "XTerm"));
-    }
-
-    void autostartEntryIsWrittenAndRemoved()
-    {
-        const QString path = tmp.path() + QStringLiteral("/config/autostart/com.norvane.Stashwell.desktop");
-        XdgAutostart item(path, QStringLiteral("/usr/bin/stashwell"));
-        QCOMPARE(item.registerItem(), QString());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray content = file.readAll();
-        QVERIFY(content.startsWith("[Desktop Entry]\n"));
-        QVERIFY(content.contains("Exec=\"/usr/bin/stashwell\"\n"));
-        QCOMPARE(item.unregisterItem(), QString());
-        QVERIFY(!QFile::exists(path));
-        QCOMPARE(item.unregisterItem(), QString()); // already gone is fine
-        XdgAutostart blocked(QStringLiteral("/proc/forbidden/autostart/x.desktop"), QStringLiteral("x"));
-        QVERIFY(!blocked.registerItem().isEmpty());
+        QCOMPARE(fr.byWMClass("keepassxc", "KeePassXC")->id, QStringLiteral("org.keepassxc.KeePassXC"));
+        QCOMPARE(fr.byWMClass("zenity", "Zenity")->id, QStringLiteral("org.gnome.Zenity")); // last component
+        QVERIFY(!fr.byWMClass("xterm", "XTerm"));
+        const QByteArray ours = readFile(STASHWELL_SOURCE_DIR "/app/share/com.norvane.Stashwell.desktop");
+        QVERIFY(ours.contains("\nExec=stashwell %u\n")); // the URL reaches the running instance
+        QVERIFY(ours.contains("\nMimeType=x-scheme-handler/stashwell;\n"));
     }
 };
 

@@ -1,11 +1,20 @@
-// Part 1.4 edge cases: de-duplication, bursts, limits, side files, saving, loading.
+// The history store: de-duplication, bursts of growing selections, limits, side files, the file.
 #include "common/FileSafety.h"
 #include "fakes/StoreFixture.h"
+#include "fakes/TestFiles.h"
 
 #include <QDir>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QtTest>
+
+// Two copies from one application `gap` seconds apart, unless `variant` says otherwise.
+struct Burst {
+    QString first;
+    double gap;
+    QString second;
+    QString variant;
+    bool merged;
+};
 
 class HistoryStoreTest : public QObject {
     Q_OBJECT
@@ -18,350 +27,209 @@ class HistoryStoreTest : public QObject {
             list << item.text.value_or(QString());
         return list;
     }
-    static QFile::Permissions mode(const QString &path) { return QFileInfo(path).permissions(); }
+    void ingest(const QString &text, const QString &app = "kate") { store().ingest(StoreFixture::text(text, app)); }
+    void pinTop() { store().togglePin(store().items()[0].id); }
+    static bool ownerOnly(const QString &path) { return (QFileInfo(path).permissions() & 0x0077) == 0; }
 
 private slots:
     void init() { f = std::make_unique<StoreFixture>(); }
 
-    void sameWordTwiceKeepsOneEntryMovedToTop()
+    void duplicateMovesTheFirstCopyToTheTop()
     {
-        store().ingest(StoreFixture::text("hello"));
+        ingest("hello");
+        pinTop();
+        ingest("other", "org.a");
         f->clock.advance(10);
-        store().ingest(StoreFixture::text("other"));
-        f->clock.advance(10);
-        store().ingest(StoreFixture::text("hello", "org.gnome.TextEditor"));
+        ingest("hello", "org.gnome.TextEditor");
         QCOMPARE(texts(), QStringList({"hello", "other"}));
         QCOMPARE(store().items()[0].createdAt, f->clock.now());
-        QCOMPARE(store().items()[0].sourceAppBundleID, QStringLiteral("org.kde.kate")); // of its first copy
-    }
-
-    void duplicateOfPinnedEntryMovesItToo()
-    {
-        store().ingest(StoreFixture::text("pin me"));
-        store().togglePin(store().items()[0].id);
-        f->clock.advance(10);
-        store().ingest(StoreFixture::text("newer"));
-        f->clock.advance(10);
-        store().ingest(StoreFixture::text("pin me"));
-        QCOMPARE(texts(), QStringList({"pin me", "newer"}));
+        QCOMPARE(store().items()[0].sourceAppBundleID, QStringLiteral("kate")); // of its first copy
         QVERIFY(store().items()[0].pinned);
     }
 
-    void growingSelectionLeavesOnlyTheLast()
+    void quickCopiesMergeOnlyWhenOneTextExtendsTheOther_data()
     {
-        store().ingest(StoreFixture::text("Hel"));
-        f->clock.advance(0.3);
-        store().ingest(StoreFixture::text("Hello"));
-        f->clock.advance(0.3);
-        store().ingest(StoreFixture::text("Hello wor"));
-        QCOMPARE(texts(), QStringList({"Hello wor"}));
-        QCOMPARE(f->events.size(), 2);
-        QCOMPARE(f->events[0].first, QStringLiteral("capture.coalesced"));
-        QCOMPARE(f->events[0].second.value("sourceApp"), QStringLiteral("org.kde.kate"));
-        f->clock.advance(0.3);
-        store().ingest(StoreFixture::text("Hello")); // shrinking again
-        QCOMPARE(texts(), QStringList({"Hello"}));
+        QTest::addColumn<Burst>("burst");
+        QTest::newRow("growing") << Burst{"Hel", 0.3, "Hello", "", true};
+        QTest::newRow("shrinking") << Burst{"Hello", 0.3, "Hel", "", true};
+        QTest::newRow("growing to the left") << Burst{"world", 1.5, "Hello world", "", true};
+        QTest::newRow("unrelated") << Burst{"alpha", 0.3, "bravo", "", false};
+        QTest::newRow("same length") << Burst{"abcd", 0.3, "abce", "", false};
+        QTest::newRow("only inside") << Burst{"ell", 0.3, "Hello", "", false};
+        QTest::newRow("gap too long") << Burst{"Hel", 1.6, "Hello", "", false};
+        QTest::newRow("other application") << Burst{"Hel", 0.3, "Hello", "other app", false};
+        QTest::newRow("pinned") << Burst{"Hel", 0.3, "Hello", "pin", false};
+        QTest::newRow("formatted") << Burst{"Hel", 0.3, "Hello", "html", false};
+        QTest::newRow("after a duplicate") << Burst{"Hel", 0.3, "Hello", "repeat", false};
+        QTest::newRow("blob") << Burst{QString(17000, 'x'), 0.3, "xxxx", "", false};
+    }
+    void quickCopiesMergeOnlyWhenOneTextExtendsTheOther()
+    {
+        QFETCH(Burst, burst);
+        ingest(burst.first);
+        if (burst.variant == "pin")
+            pinTop();
+        if (burst.variant == "repeat")
+            ingest(burst.first);
+        f->clock.advance(burst.gap);
+        ClipCapture capture = StoreFixture::text(burst.second, burst.variant == "other app" ? "org.a" : "kate");
+        if (burst.variant == "html")
+            capture.htmlData = QByteArray("<b>Hello</b>");
+        store().ingest(capture);
+        const QString first = burst.first.left(HistoryStore::blobTextPrefix);
+        QCOMPARE(texts(), burst.merged ? QStringList{burst.second} : QStringList({burst.second, first}));
+        QCOMPARE(f->events.size(), burst.merged ? 1 : 0); // capture.coalesced
     }
 
-    void burstLastsThirtySecondsWithGapsOfAtMostOneAndAHalf()
+    void burstEndsThirtySecondsAfterItsStart()
     {
         QString text = QStringLiteral("a");
-        store().ingest(StoreFixture::text(text));
+        ingest(text);
         for (int i = 0; i < 20; ++i) { // 20 × 1.5 s = 30 s
             f->clock.advance(1.5);
-            text += QLatin1Char('a');
-            store().ingest(StoreFixture::text(text));
+            ingest(text += QLatin1Char('a'));
         }
         QCOMPARE(store().items().size(), 1);
-        f->clock.advance(1.0); // 31 s after the start
-        store().ingest(StoreFixture::text(text + QLatin1Char('a')));
+        f->clock.advance(1.0);
+        ingest(text + QLatin1Char('a'));
         QCOMPARE(store().items().size(), 2);
     }
 
-    void gapOverOneAndAHalfSecondsEndsTheBurst()
+    void textOver16KiBGoesToABlobAndOver10MiBIsDropped()
     {
-        store().ingest(StoreFixture::text("Hel"));
-        f->clock.advance(1.6);
-        store().ingest(StoreFixture::text("Hello"));
-        QCOMPARE(texts(), QStringList({"Hello", "Hel"}));
-    }
-
-    void burstNeedsTheSameApplication()
-    {
-        store().ingest(StoreFixture::text("abc", "org.kde.kate"));
-        f->clock.advance(0.5);
-        store().ingest(StoreFixture::text("abcd", "org.gnome.TextEditor"));
-        QCOMPARE(texts(), QStringList({"abcd", "abc"}));
-    }
-
-    void burstSparesPinnedAndBlobEntries()
-    {
-        store().ingest(StoreFixture::text("Hel"));
-        store().togglePin(store().items()[0].id);
-        f->clock.advance(0.2);
-        store().ingest(StoreFixture::text("Hello"));
-        QCOMPARE(texts(), QStringList({"Hello", "Hel"}));
-
-        init();
-        const QString big(17000, QLatin1Char('x'));
-        store().ingest(StoreFixture::text(big)); // not eligible: starts no burst
-        f->clock.advance(0.2);
-        store().ingest(StoreFixture::text(QStringLiteral("xxxx")));
-        QCOMPARE(store().items().size(), 2);
-    }
-
-    void afterARestartTheFirstCaptureNeverCoalesces()
-    {
-        store().ingest(StoreFixture::text("Hel"));
-        store().saveNow();
-        f->reopen();
-        f->clock.advance(0.2);
-        store().ingest(StoreFixture::text("Hello"));
-        QCOMPARE(texts(), QStringList({"Hello", "Hel"}));
-    }
-
-    void longTextGoesToABlob()
-    {
+        ingest(QString(16384, QLatin1Char('y')), "inline");
+        QVERIFY(!store().items()[0].hasTextBlob);
         QString text;
         while (text.toUtf8().size() < 20000)
             text += QStringLiteral("ü0123456789"); // 12 bytes, 11 characters
-        store().ingest(StoreFixture::text(text));
+        ingest(text, "blob");
         const ClipItem &item = store().items()[0];
         QVERIFY(item.hasTextBlob);
-        QCOMPARE(item.text->size(), 4096);
         QCOMPARE(*item.text, text.left(4096));
         QCOMPARE(item.charCount, text.size());
-        QFile blob(store().blobPath(item, "txt"));
-        QVERIFY(blob.open(QIODevice::ReadOnly));
-        QCOMPARE(blob.readAll(), text.toUtf8());
-        QCOMPARE(mode(blob.fileName()) & 0x0077, 0); // owner only
-    }
-
-    void textOfExactly16384BytesStaysInline()
-    {
-        store().ingest(StoreFixture::text(QString(16384, QLatin1Char('y'))));
-        QVERIFY(!store().items()[0].hasTextBlob);
-        QCOMPARE(store().items()[0].text->size(), 16384);
-    }
-
-    void sizeLimitIsTenMebibytes()
-    {
-        ClipCapture over = StoreFixture::text(QString(HistoryStore::maxCaptureBytes + 1, QLatin1Char('z')));
-        store().ingest(over);
-        QVERIFY(store().items().isEmpty());
-        ClipCapture exact = StoreFixture::text(QString(HistoryStore::maxCaptureBytes, QLatin1Char('z')));
-        store().ingest(exact);
-        QCOMPARE(store().items().size(), 1);
+        QCOMPARE(readFile(store().blobPath(item, "txt")), text.toUtf8());
+        ingest(QString(HistoryStore::maxCaptureBytes + 1, QLatin1Char('z')), "over");
+        QCOMPARE(store().items().size(), 2);
+        ingest(QString(HistoryStore::maxCaptureBytes, QLatin1Char('z')), "limit");
         QCOMPARE(store().items()[0].byteSize, HistoryStore::maxCaptureBytes);
     }
 
-    void countLimitSparesPinnedEntries()
+    void limitsDropTheOldestUnpinnedEntries()
     {
-        f->settings.setHistoryLimit(50);
-        for (int i = 0; i < 10; ++i) {
-            store().ingest(StoreFixture::text(QStringLiteral("pinned %1").arg(i), QStringLiteral("app%1").arg(i)));
-            store().togglePin(store().items()[0].id);
+        f->settings.setHistoryLimit(3);
+        ingest("pinned", "p");
+        pinTop();
+        for (const char *t : {"a", "b", "c", "d"}) {
+            f->clock.advance(86400);
+            ingest(t, t);
         }
-        for (int i = 0; i < 70; ++i)
-            store().ingest(StoreFixture::text(QStringLiteral("entry %1").arg(i), QStringLiteral("app%1").arg(i)));
-        QCOMPARE(store().items().size(), 60);
-        const auto pinned = std::count_if(store().items().begin(), store().items().end(),
-                                          [](const ClipItem &i) { return i.pinned; });
-        QCOMPARE(pinned, 10);
-        QCOMPARE(store().items()[0].text, QStringLiteral("entry 69"));
-        QVERIFY(!texts().contains(QStringLiteral("entry 19"))); // the oldest went first
-        QVERIFY(texts().contains(QStringLiteral("entry 20")));
-    }
-
-    void retentionRemovesOldUnpinnedEntries()
-    {
-        store().ingest(StoreFixture::text("old pinned", "a"));
-        store().togglePin(store().items()[0].id);
-        store().ingest(StoreFixture::text("old", "b"));
-        f->clock.advance(8 * 86400);
-        store().ingest(StoreFixture::text("new", "c"));
+        QCOMPARE(texts(), QStringList({"d", "c", "b", "pinned"}));
+        f->clock.advance(6 * 86400); // "b" is 8 days old, "c" exactly 7
+        store().prune(); // retention 0 keeps forever
+        QCOMPARE(store().items().size(), 4);
         f->settings.setHistoryRetentionDays(7);
-        QCOMPARE(store().items().size(), 3); // setting it does not prune by itself
         store().prune();
-        QCOMPARE(texts(), QStringList({"new", "old pinned"}));
-        f->settings.setHistoryRetentionDays(0);
-        f->clock.advance(1000 * 86400.0);
-        store().prune();
-        QCOMPARE(store().items().size(), 2); // 0 keeps forever
+        QCOMPARE(texts(), QStringList({"d", "c", "pinned"}));
     }
 
-    void imagesGetBlobPixelSizeAndThumbnail()
+    void imagesGetPixelSizeAndAThumbnailNeverEnlarged()
     {
-        ClipCapture big = StoreFixture::image(4000, 3000);
-        store().ingest(big);
-        const ClipItem item = store().items()[0];
-        QCOMPARE(item.displayTitle(), QStringLiteral("4000 × 3000"));
-        QVERIFY(item.hasImage);
-        QCOMPARE(QImage(store().blobPath(item, "png")).size(), QSize(4000, 3000));
-        QCOMPARE(QImage(store().thumbPath(item)).size(), QSize(320, 240));
-        QCOMPARE(store().thumbnail(item).size(), QSize(320, 240));
-
         store().ingest(StoreFixture::image(100, 40));
-        QCOMPARE(QImage(store().thumbPath(store().items()[0])).size(), QSize(100, 40)); // never enlarged
+        QCOMPARE(store().thumbnail(store().items()[0]).size(), QSize(100, 40));
         store().ingest(StoreFixture::image(10, 2000));
-        QCOMPARE(QImage(store().thumbPath(store().items()[0])).size(), QSize(2, 320));
-    }
-
-    void undecodableImageHasNoSizeNorThumbnail()
-    {
+        const ClipItem item = store().items()[0];
+        QVERIFY(item.pixelWidth == 10 && item.pixelHeight == 2000);
+        QCOMPARE(QImage(store().blobPath(item, "png")).size(), QSize(10, 2000));
+        QCOMPARE(QImage(store().thumbPath(item)).size(), QSize(2, 320));
         ClipCapture broken;
         broken.kind = ClipKind::image;
         broken.imageData = QByteArray("garbage");
         store().ingest(broken);
-        const ClipItem item = store().items()[0];
-        QVERIFY(item.hasImage);
-        QVERIFY(!item.pixelWidth);
-        QCOMPARE(item.displayTitle(), QStringLiteral("Image"));
-        QVERIFY(!QFile::exists(store().thumbPath(item)));
-        QVERIFY(store().thumbnail(item).isNull());
+        QVERIFY(store().items()[0].hasImage && !store().items()[0].pixelWidth);
+        QVERIFY(store().thumbnail(store().items()[0]).isNull());
     }
 
-    void formattingGoesToSideFiles()
+    void savingIsDelayedCompactAndPrivate()
     {
-        ClipCapture c = StoreFixture::text("rich");
-        c.rtfData = QByteArray("{\\rtf1 rich}");
-        c.htmlData = QByteArray("<i>rich</i>");
-        store().ingest(c);
-        const ClipItem item = store().items()[0];
-        QVERIFY(item.hasRTF && item.hasHTML && !item.hasImage);
-        QVERIFY(QFile::exists(store().blobPath(item, "rtf")));
-        QVERIFY(QFile::exists(store().blobPath(item, "html")));
-        store().remove(item.id);
-        QVERIFY(store().items().isEmpty());
-        QVERIFY(!QFile::exists(store().blobPath(item, "rtf")));
-        QVERIFY(!QFile::exists(store().blobPath(item, "html")));
+        ingest("one", "a");
+        ingest("two", "b");
+        QVERIFY(!QFile::exists(store().fileURL())); // not written synchronously
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(store().fileURL()), 2000);
+        const QByteArray json = readFile(store().fileURL());
+        QVERIFY(!json.contains('\n'));
+        QCOMPARE(QJsonDocument::fromJson(json)[0]["text"].toString(), QStringLiteral("two"));
+        QVERIFY(ownerOnly(store().fileURL()) && ownerOnly(f->dir()) && ownerOnly(store().blobsDir()));
     }
 
-    void saveIsDebouncedByHalfASecond()
+    void historyRoundTripsThroughTheFileAndIsPrunedOnLoad()
     {
-        store().ingest(StoreFixture::text("one"));
-        QTest::qWait(300);
-        store().ingest(StoreFixture::text("two", "x"));
-        QTest::qWait(300);
-        QVERIFY(!QFile::exists(store().fileURL())); // the second ingest restarted the delay
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(store().fileURL()), 1000);
-        QFile file(store().fileURL());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray json = file.readAll();
-        QVERIFY(!json.contains('\n')); // compact
-        const QJsonArray array = QJsonDocument::fromJson(json).array();
-        QCOMPARE(array.size(), 2);
-        QCOMPARE(array[0]["text"].toString(), QStringLiteral("two"));
-        QCOMPARE(array[0]["createdAt"].toString(), QStringLiteral("2026-03-01T09:30:00Z"));
-        QCOMPARE(mode(store().fileURL()) & 0x0077, 0);
-        QCOMPARE(mode(f->dir()) & 0x0077, 0);
-        QCOMPARE(mode(store().blobsDir()) & 0x0077, 0);
-    }
-
-    void historyRoundTripsThroughTheFile()
-    {
-        store().ingest(StoreFixture::text("first"));
+        ingest("first");
         ClipCapture files;
         files.kind = ClipKind::file;
         files.fileURLs = QStringList{"/a/b.txt"};
-        files.text = QStringLiteral("/a/b.txt");
         store().ingest(files);
         store().togglePin(store().items()[1].id);
         const QList<ClipItem> before = store().items();
         store().saveNow();
         f->reopen();
-        QCOMPARE(store().items().size(), before.size());
-        for (int i = 0; i < before.size(); ++i) {
-            QCOMPARE(store().items()[i].toJson(), before[i].toJson()); // dates are stored to the second
-            QCOMPARE(store().items()[i].id, before[i].id);
+        QCOMPARE(HistoryStore::encode(store().items()), HistoryStore::encode(before)); // dates are stored to the second
+        f->settings.setHistoryLimit(0);
+        f->reopen();
+        QCOMPARE(texts(), QStringList({"first"}));
+    }
+
+    void undecodableFileLoadsEmptyAndIsKeptAside()
+    {
+        ClipItem good;
+        good.id = QUuid::createUuid();
+        good.createdAt = QDateTime(QDate(2026, 1, 1), QTime(0, 0), Qt::UTC);
+        const QByteArray entry = good.toJson(), unknownKind = QByteArray(entry).replace("\"text\"", "\"video\"");
+        for (const QByteArray &json : {QByteArray("{not json"), "[" + entry + "," + unknownKind + "]"}) {
+            init();
+            QVERIFY(FileSafety::writeAtomically(store().fileURL(), json));
+            f->reopen();
+            QVERIFY(store().items().isEmpty());
+            const QStringList aside = QDir(f->dir()).entryList({"history.json.broken-*"});
+            QCOMPARE(aside.size(), 1);
+            QCOMPARE(readFile(f->dir() + QLatin1Char('/') + aside[0]), json);
         }
     }
 
-    void unknownKindLoadsEmptyAndKeepsTheFileAside()
-    {
-        store().ingest(StoreFixture::text("precious"));
-        store().saveNow();
-        QFile file(store().fileURL());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QByteArray json = file.readAll();
-        file.close();
-        json.replace("\"kind\":\"text\"", "\"kind\":\"video\"");
-        QVERIFY(FileSafety::writeAtomically(store().fileURL(), json));
-        f->reopen();
-        QVERIFY(store().items().isEmpty());
-        const QStringList aside = QDir(f->dir()).entryList({"history.json.broken-*"});
-        QCOMPARE(aside.size(), 1);
-        QFile kept(f->dir() + QLatin1Char('/') + aside[0]);
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), json);
-    }
-
-    void garbageFileLoadsEmpty()
-    {
-        QVERIFY(FileSafety::writeAtomically(store().fileURL(), "{not json"));
-        f->reopen();
-        QVERIFY(store().items().isEmpty());
-        QCOMPARE(QDir(f->dir()).entryList({"history.json.broken-*"}).size(), 1);
-        store().ingest(StoreFixture::text("new life"));
-        store().saveNow();
-        f->reopen();
-        QCOMPARE(texts(), QStringList({"new life"}));
-    }
-
-    void loadingPrunesOnce()
-    {
-        for (int i = 0; i < 5; ++i)
-            store().ingest(StoreFixture::text(QStringLiteral("e%1").arg(i), QString::number(i)));
-        store().saveNow();
-        f->settings.setHistoryLimit(2);
-        f->reopen();
-        QCOMPARE(texts(), QStringList({"e4", "e3"}));
-    }
-
-    void clearKeepsPinnedInOrder()
+    void sideFilesGoWithTheirEntryAndClearKeepsPinnedInOrder()
     {
         for (const char *t : {"a", "b", "c", "d"})
-            store().ingest(StoreFixture::text(t, t));
-        store().togglePin(store().items()[0].id); // d
+            ingest(t, t);
+        pinTop(); // d
         store().togglePin(store().items()[2].id); // b
+        ClipCapture c = StoreFixture::text("rich");
+        c.rtfData = QByteArray("{\\rtf1 rich}");
+        c.htmlData = QByteArray("<i>rich</i>");
+        store().ingest(c);
+        const ClipItem rich = store().items()[0];
+        QCOMPARE(readFile(store().blobPath(rich, "rtf")), *c.rtfData);
+        QCOMPARE(readFile(store().blobPath(rich, "html")), *c.htmlData);
+        store().remove(rich.id);
+        QVERIFY(!QFile::exists(store().blobPath(rich, "rtf")) && !QFile::exists(store().blobPath(rich, "html")));
         store().ingest(StoreFixture::image(5, 5));
         const ClipItem img = store().items()[0];
         store().clear(true);
         QCOMPARE(texts(), QStringList({"d", "b"}));
-        QVERIFY(!QFile::exists(store().blobPath(img, "png")));
-        QVERIFY(!QFile::exists(store().thumbPath(img)));
+        QVERIFY(!QFile::exists(store().blobPath(img, "png")) && !QFile::exists(store().thumbPath(img)));
         store().clear(false);
         QVERIFY(store().items().isEmpty());
     }
 
-    void touchMovesToTopWithANewDate()
+    void searchMatchesEveryTokenCaseInsensitivelyPinnedFirst()
     {
-        store().ingest(StoreFixture::text("a", "1"));
-        store().ingest(StoreFixture::text("b", "2"));
-        f->clock.advance(60);
-        store().touch(store().items()[1].id);
-        QCOMPARE(texts(), QStringList({"a", "b"}));
-        QCOMPARE(store().items()[0].createdAt, f->clock.now());
-        store().touch(QUuid::createUuid()); // unknown: nothing happens
-        QCOMPARE(store().items().size(), 2);
-    }
-
-    void searchMatchesEveryTokenPinnedFirst()
-    {
-        store().ingest(StoreFixture::text("Pinned foo", "1"));
-        store().togglePin(store().items()[0].id);
-        store().ingest(StoreFixture::text("BAR and foo", "2"));
-        store().ingest(StoreFixture::text("only foo", "3"));
-        store().ingest(StoreFixture::text("café", "4"));
-        QCOMPARE(store().search(QStringLiteral("Foo bar"), {}, false).size(), 1);
-        const QList<ClipItem> foo = store().search(QStringLiteral("  foo "), {}, false);
-        QCOMPARE(foo.size(), 3);
-        QVERIFY(foo[0].pinned);
-        QCOMPARE(store().search(QStringLiteral("cafe"), {}, false).size(), 0);
-        QCOMPARE(store().search(QStringLiteral("CAFÉ"), {}, false).size(), 1);
-        QCOMPARE(store().search(QString(), {}, true).size(), 1);
-        QCOMPARE(store().search(QString(), ClipKind::link, false).size(), 0);
-        QCOMPARE(store().search(QStringLiteral("kate"), {}, false).size(), 0); // app name "1".."4" here
+        ingest("Pinned foo", "1");
+        pinTop();
+        ingest("BAR and foo", "2");
+        ingest("café", "3");
+        QCOMPARE(store().search("Foo\tbar", {}, false).size(), 1);
+        const QList<ClipItem> foo = store().search("  foo ", {}, false);
+        QVERIFY(foo.size() == 2 && foo[0].pinned);
+        QCOMPARE(store().search("cafe", {}, false).size(), 0);
+        QCOMPARE(store().search("CAFÉ", {}, false).size(), 1);
     }
 };
 
