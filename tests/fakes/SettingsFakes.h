@@ -1,7 +1,9 @@
 #pragma once
-// Stand-ins for the settings window's and the guide's collaborators: the accessibility
-// permission, the one-second timers (fired by hand), the cloud account, and a fixture that
-// builds SettingsServices over a real store and settings.
+// The settings window's and the guide's collaborators: the accessibility permission, the
+// one-second timers (fired by hand), and a fixture with a real store, settings and cloud account.
+#include "cloud/CloudAccount.h"
+#include "cloud/CloudSync.h"
+#include "fakes/CloudFakes.h"
 #include "fakes/StoreFixture.h"
 #include "l10n/FrameworkLanguage.h"
 #include "l10n/L10n.h"
@@ -12,103 +14,53 @@
 #include "settings/SettingsAccount.h"
 #include "settings/SettingsServices.h"
 
-#include <QPointer>
+#include <QNetworkAccessManager>
 
-class FakeAccessibilityPermission final : public AccessibilityPermission {
-public:
+struct FakeAccessibilityPermission final : AccessibilityPermission {
     bool isTrusted() const override { return trusted; }
-    void prompt() override { calls.append(QStringLiteral("prompt")); }
-    void openSystemSettings() override { calls.append(QStringLiteral("settings")); }
+    void prompt() override { calls << QStringLiteral("prompt"); }
+    void openSystemSettings() override { calls << QStringLiteral("settings"); }
     bool trusted = false;
     QStringList calls;
 };
 
-// Timers that fire only when the test says so. Must outlive the views that use them.
-class ManualPollTimers {
-public:
-    class Timer final : public PollTimer {
-    public:
-        explicit Timer(ManualPollTimers &owner)
-            : m_owner(owner)
-        {
-        }
-        ~Timer() override { m_owner.m_timers.removeAll(this); }
-        void start(int intervalMs, std::function<void()> tick) override
-        {
-            interval = intervalMs;
-            m_tick = std::move(tick);
-            active = true;
-        }
-        void stop() override { active = false; }
-        bool isActive() const override { return active; }
-        void fire()
-        {
-            if (active && m_tick)
-                m_tick();
-        }
-        int interval = 0;
-        bool active = false;
-
-    private:
-        ManualPollTimers &m_owner;
-        std::function<void()> m_tick;
+// Timers that tick only when the test fires them. Must outlive the views that use them.
+struct ManualPollTimers {
+    struct Timer final : PollTimer {
+        explicit Timer(QList<Timer *> &live) : live(live) { live << this; }
+        ~Timer() override { live.removeAll(this); }
+        void start(int, std::function<void()> callback) override { tick = std::move(callback); }
+        void stop() override { tick = nullptr; }
+        bool isActive() const override { return bool(tick); }
+        QList<Timer *> &live;
+        std::function<void()> tick;
     };
 
-    PollTimerFactory factory()
-    {
-        return [this] {
-            auto timer = std::make_unique<Timer>(*this);
-            m_timers.append(timer.get());
-            ++m_created;
-            return timer;
-        };
-    }
-    // Fires every live timer once (one second passes).
+    PollTimerFactory factory() { return [this] { return std::make_unique<Timer>(live); }; }
+    // One second passes: every live timer ticks once (a tick may create or destroy views).
     void fireAll()
     {
-        const QList<Timer *> timers = m_timers; // a tick may create or destroy views
-        for (Timer *timer : timers)
-            if (m_timers.contains(timer))
-                timer->fire();
+        for (Timer *timer : QList(live))
+            if (live.contains(timer) && timer->tick)
+                timer->tick();
     }
-    Timer *last() const { return m_timers.isEmpty() ? nullptr : m_timers.last(); }
-    int live() const { return int(m_timers.size()); }
-    int created() const { return m_created; }
-
-private:
-    QList<Timer *> m_timers;
-    int m_created = 0;
+    QList<Timer *> live;
 };
 
-class FakeSettingsAccount final : public SettingsAccount {
-public:
-    Status status() const override { return m_status; }
-    QString email() const override { return m_email; }
-    QString tier() const override { return QStringLiteral("free"); }
-    bool isAvailable() const override { return available; }
-    void signIn() override { ++signIns; }
-    void signOut() override
+// The real cloud account and sync over an in-memory keychain; nothing listens at `root`, and
+// signing in only opens the (fake) browser.
+struct CloudStack {
+    CloudStack(StoreFixture &f, const QString &root, const QMap<QString, QString> &stored = {})
+        : account((keychain.items = stored, keychain), network, root, browser.opener())
+        , sync(f.settings, account, keychain, f.defaults, network, root)
     {
-        ++signOuts;
-        setSignedIn({});
     }
-    bool syncEnabled() const override { return sync; }
-    void setSyncEnabled(bool enabled) override { sync = enabled; }
-
-    void setSignedIn(const std::optional<QString> &email)
-    {
-        m_status = email ? Status::signedIn : Status::signedOut;
-        m_email = email.value_or(QString());
-        emit changed();
-    }
-    bool available = true;
-    bool sync = false;
-    int signIns = 0;
-    int signOuts = 0;
-
-private:
-    Status m_status = Status::signedOut;
-    QString m_email;
+    MemoryKeychain keychain;
+    QNetworkAccessManager network;
+    FakeBrowser browser;
+    CloudAccount account;
+    CloudSync sync;
+    CloudSettingsAccount adapter{account, sync};
 };
 
 struct SettingsFixture : StoreFixture {
@@ -118,19 +70,14 @@ struct SettingsFixture : StoreFixture {
     AppIconCache icons{entries};
     FakeAccessibilityPermission permission;
     AccessibilityGrant accessibility{permission};
-    FakeSettingsAccount account;
+    std::unique_ptr<CloudStack> cloud = std::make_unique<CloudStack>(*this, QStringLiteral("http://127.0.0.1:9/"));
     ManualPollTimers timers;
-    int clearRequests = 0;
     QList<QStringList> chooserAnswers; // one answer per "Add App…"
-    int iconClicks = 0;
 
-    SettingsServices services(std::optional<SettingsUpdater> updater = std::nullopt)
+    SettingsServices services()
     {
-        return SettingsServices{settings, l10n, *store, entries, icons, accessibility, account, std::move(updater),
-                                [this] { ++clearRequests; },
-                                [this](QWidget *) {
-                                    return chooserAnswers.isEmpty() ? QStringList() : chooserAnswers.takeFirst();
-                                },
-                                [this] { ++iconClicks; }, timers.factory(), QStringLiteral("0.1.0")};
+        const auto choose = [this](QWidget *) { return chooserAnswers.isEmpty() ? QStringList() : chooserAnswers.takeFirst(); };
+        return SettingsServices{settings, l10n, *store, entries, icons, accessibility, cloud->adapter,
+                                std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0")};
     }
 };

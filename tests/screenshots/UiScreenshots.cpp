@@ -9,32 +9,16 @@
 #include "settings/SettingsWindowController.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QIcon>
 #include <QTest>
 #include <cstdio>
 
-namespace {
-
-void writeEntry(const QString &dir, const QString &id, const QString &name, const QString &icon)
-{
-    QDir().mkpath(dir);
-    QFile file(dir + QLatin1Char('/') + id + QStringLiteral(".desktop"));
-    if (file.open(QIODevice::WriteOnly))
-        file.write(QStringLiteral("[Desktop Entry]\nType=Application\nName=%1\nIcon=%2\nExec=true\n")
-                       .arg(name, icon)
-                       .toUtf8());
-}
-
-void save(QWidget *window, const QString &path)
+static void save(QWidget *window, const QString &path)
 {
     QTest::qWait(50); // layouts settle, deferred deletions run
     window->grab().save(path, "PNG");
     std::printf("%s\n", qPrintable(path));
 }
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -42,10 +26,14 @@ int main(int argc, char *argv[])
     QTemporaryDir xdg;
     qputenv("XDG_DATA_HOME", (xdg.path() + "/home").toUtf8());
     qputenv("XDG_DATA_DIRS", (xdg.path() + "/share").toUtf8());
-    const QString apps = xdg.path() + "/share/applications";
-    writeEntry(apps, "org.keepassxc.KeePassXC", "KeePassXC", "keepassxc"); // icon not installed
-    writeEntry(apps, "org.gnome.Terminal", "Terminal", "utilities-terminal");
-    writeEntry(apps, "org.gnome.TextEditor", "Text Editor", "accessories-text-editor");
+    QDir().mkpath(xdg.path() + "/share/applications");
+    for (const char *app : {"org.keepassxc.KeePassXC=KeePassXC=keepassxc", "org.gnome.Terminal=Terminal=utilities-terminal",
+                            "org.gnome.TextEditor=Text Editor=accessories-text-editor"}) { // KeePassXC's icon is not installed
+        const QStringList id = QString::fromLatin1(app).split('=');
+        QFile entry(xdg.path() + "/share/applications/" + id[0] + ".desktop");
+        if (entry.open(QIODevice::WriteOnly))
+            entry.write(QStringLiteral("[Desktop Entry]\nType=Application\nName=%1\nIcon=%2\nExec=true\n").arg(id[1], id[2]).toUtf8());
+    }
 
     QApplication app(argc, argv);
     QIcon::setThemeSearchPaths({QStringLiteral("/usr/share/icons")}); // XDG_DATA_DIRS is the fake one
@@ -62,6 +50,12 @@ int main(int argc, char *argv[])
     f.settings.setCopyInsteadOfPaste(true); // shows the disabled restore row
     SettingsRouter router;
     SettingsWindowController settings(f.services(), router);
+    QString page;
+    OnboardingKitOptions options;
+    options.environment = [&page](const QString &name) {
+        return name == QLatin1String(OnboardingKitEnv::pageVariable) ? std::optional(page) : std::nullopt;
+    };
+    options.timers = f.timers.factory();
 
     for (const char *language : {"en", "de"}) {
         f.l10n.apply(QString::fromLatin1(language));
@@ -71,16 +65,6 @@ int main(int argc, char *argv[])
             save(settings.window(), QStringLiteral("%1/settings-%2-%3.png").arg(dir, SettingsTabs::rawValue(tab), language));
         }
         settings.window()->close();
-        QTest::qWait(0);
-
-        QString page;
-        OnboardingKitOptions options;
-        options.environment = [&page](const QString &name) -> std::optional<QString> {
-            if (name == QLatin1String(OnboardingKitEnv::pageVariable))
-                return page;
-            return std::nullopt;
-        };
-        options.timers = f.timers.factory();
         OnboardingWindowController guide(f.settings, f.l10n, f.accessibility, options);
         for (int i = 0; i < 4; ++i) {
             page = QString::number(i);

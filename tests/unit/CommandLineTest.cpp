@@ -1,153 +1,116 @@
-// The `stashwell` command line and its one-line request form.
-#include "app/CommandLine.h"
+// The `stashwell` command line: parsing, the one-line request that carries a command to the
+// running instance over its private socket, and the second process's exit status; stale
+// sockets and misbehaving peers are handled.
+#include "app/SingleInstance.h"
 
 #include <QJsonArray>
+#include <QLocalSocket>
+#include <QTemporaryDir>
 #include <QtTest>
+#include <future>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using Kind = ShellCommand::Kind;
 
+namespace {
+
+// Runs `f` on a thread of its own (a second process's blocking client) while this thread serves.
+template <typename F> auto offThread(F f)
+{
+    auto result = std::async(std::launch::async, f);
+    while (result.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    return result.get();
+}
+
+} // namespace
+
 class CommandLineTest : public QObject {
     Q_OBJECT
+    QTemporaryDir m_dir;
+    QList<ShellCommand> m_received;
 
-    static ShellCommand parsed(const QStringList &args)
+    QString path() const { return m_dir.path() + QStringLiteral("/test.sock"); }
+    ShellReply handle(const ShellCommand &c)
     {
-        const CommandLine::Parsed result = CommandLine::parse(args);
-        if (!result.command)
-            qWarning() << "parse error" << result.error;
-        return result.command.value_or(ShellCommand{Kind::help, -1, {}});
+        m_received << c;
+        if (c.kind == Kind::config)
+            return {false, QStringLiteral("Unknown setting: x\n"), true};
+        const bool paste = c.kind == Kind::paste;
+        return {!paste, c.kind == Kind::list ? QStringLiteral("1\tnewest\n") : paste ? QStringLiteral("No entry\n") : QString()};
     }
-    static QString error(const QStringList &args)
+    std::unique_ptr<SingleInstance> server()
     {
-        const CommandLine::Parsed result = CommandLine::parse(args);
-        return result.command ? QString() : result.error;
+        auto instance = std::make_unique<SingleInstance>(path());
+        if (!instance->listen())
+            return nullptr;
+        instance->setHandler([this](const ShellCommand &c) { return handle(c); });
+        return instance;
+    }
+    std::optional<ShellReply> forward(Kind kind)
+    {
+        return offThread([&] { return SingleInstance(path()).forward({kind}); });
     }
 
 private slots:
-    void noArgumentsLaunches() { QCOMPARE(parsed({}).kind, Kind::launch); }
+    void init() { m_received.clear(); }
 
-    void verbs_data()
+    void parse_data()
     {
-        QTest::addColumn<QString>("verb");
-        QTest::addColumn<int>("kind");
-        QTest::newRow("toggle") << "toggle" << int(Kind::toggle);
-        QTest::newRow("show") << "show" << int(Kind::show);
-        QTest::newRow("pause") << "pause" << int(Kind::pause);
-        QTest::newRow("resume") << "resume" << int(Kind::resume);
-        QTest::newRow("list") << "list" << int(Kind::list);
-        QTest::newRow("quit") << "quit" << int(Kind::quit);
-        QTest::newRow("sign-in") << "sign-in" << int(Kind::signIn);
-        QTest::newRow("sign-out") << "sign-out" << int(Kind::signOut);
-        QTest::newRow("help") << "--help" << int(Kind::help);
-        QTest::newRow("-h") << "-h" << int(Kind::help);
-        QTest::newRow("version") << "--version" << int(Kind::version);
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("kind"); // -1: an error
+        QTest::addColumn<QByteArray>("request"); // the forwarded line, when given
+        const auto row = [](QStringList args, int kind, QByteArray request = {}) {
+            QTest::newRow(args.isEmpty() ? "no arguments" : qPrintable(args.join(' '))) << args << kind << request;
+        };
+        row({}, int(Kind::launch));
+        const std::pair<const char *, Kind> verbs[] = {{"toggle", Kind::toggle}, {"show", Kind::show}, {"pause", Kind::pause},
+                                                       {"resume", Kind::resume}, {"list", Kind::list}, {"quit", Kind::quit},
+                                                       {"sign-in", Kind::signIn}, {"sign-out", Kind::signOut}};
+        for (const auto &[verb, kind] : verbs)
+            row({verb}, int(kind), QByteArray("{\"command\":\"") + verb + "\"}");
+        row({"--help"}, int(Kind::help));
+        row({"-h"}, int(Kind::help));
+        row({"--version"}, int(Kind::version));
+        row({"paste", "2"}, int(Kind::paste), "{\"command\":\"paste\",\"index\":2}");
+        row({"config"}, int(Kind::config), "{\"command\":\"config\"}");
+        row({"config", "historyLimit", "321"}, int(Kind::config),
+            "{\"command\":\"config\",\"key\":\"historyLimit\",\"value\":321}");
+        row({"config", "excludedBundleIDs", "[\"a\"]"}, int(Kind::config),
+            "{\"command\":\"config\",\"key\":\"excludedBundleIDs\",\"value\":[\"a\"]}");
+        row({"stashwell://auth?code=a%20b&state=%26"}, int(Kind::openURL),
+            "{\"command\":\"url\",\"url\":\"stashwell://auth?code=a%20b&state=%26\"}");
+        row({"STASHWELL://auth"}, int(Kind::openURL));
+        for (const QStringList &bad : QList<QStringList>{{"paste"}, {"paste", "0"}, {"paste", "-1"}, {"paste", "two"},
+                                                         {"paste", "1", "2"}, {"paste", "99999999999999"},
+                                                         {"https://example.com/"}, {"file:///etc/passwd"},
+                                                         {"frobnicate"}, {"url"}, {"launch"}, {"toggle", "now"},
+                                                         {"stashwell://auth", "extra"}, {"config", "a", "b", "c"}})
+            row(bad, -1);
     }
-    void verbs()
+    void parse()
     {
-        QFETCH(QString, verb);
+        QFETCH(QStringList, args);
         QFETCH(int, kind);
-        QCOMPARE(int(parsed({verb}).kind), kind);
+        QFETCH(QByteArray, request);
+        const CommandLine::Parsed parsed = CommandLine::parse(args);
+        QCOMPARE(parsed.command ? int(parsed.command->kind) : -1, kind);
+        QCOMPARE(parsed.error.isEmpty(), kind != -1);
+        if (!request.isEmpty())
+            QCOMPARE(parsed.command->toRequest(), request);
+        if (parsed.command && !parsed.command->isLocal()) // and the running instance reads it back
+            QCOMPARE(ShellCommand::fromRequest(parsed.command->toRequest()), parsed.command);
     }
 
-    void pasteTakesOnePositivePosition()
+    void configValuesAreJsonOrElseText()
     {
-        const ShellCommand paste = parsed({"paste", "2"});
-        QCOMPARE(paste.kind, Kind::paste);
-        QCOMPARE(paste.index, 2);
-        QVERIFY(!error({"paste"}).isEmpty());
-        QVERIFY(!error({"paste", "0"}).isEmpty());
-        QVERIFY(!error({"paste", "-1"}).isEmpty());
-        QVERIFY(!error({"paste", "two"}).isEmpty());
-        QVERIFY(!error({"paste", "1", "2"}).isEmpty());
-        QVERIFY(!error({"paste", "99999999999999"}).isEmpty());
-    }
-
-    void urlIsHandedOver()
-    {
-        const ShellCommand url = parsed({"stashwell://auth?code=x&state=y"});
-        QCOMPARE(url.kind, Kind::openURL);
-        QCOMPARE(url.url.host(), QStringLiteral("auth"));
-        QCOMPARE(QUrlQuery(url.url).queryItemValue("code"), QStringLiteral("x"));
-        QCOMPARE(QUrlQuery(url.url).queryItemValue("state"), QStringLiteral("y"));
-        QCOMPARE(parsed({"STASHWELL://auth"}).kind, Kind::openURL);
-    }
-
-    void otherSchemesAndUnknownWordsAreErrors()
-    {
-        QVERIFY(error({"https://example.com/"}).contains("stashwell://"));
-        QVERIFY(error({"file:///etc/passwd"}).contains("stashwell://"));
-        QVERIFY(error({"frobnicate"}).contains("unknown command"));
-        QVERIFY(!error({"url"}).isEmpty()); // the request word is not a command-line verb
-        QVERIFY(!error({"launch"}).isEmpty());
-        QVERIFY(!error({"toggle", "now"}).isEmpty());
-        QVERIFY(!error({"stashwell://auth", "extra"}).isEmpty());
-    }
-
-    void configReadsAKeyAndAJsonValue()
-    {
-        const ShellCommand all = parsed({"config"});
-        QCOMPARE(all.kind, Kind::config);
-        QVERIFY(all.key.isEmpty());
-        QVERIFY(all.value.isUndefined());
-        const ShellCommand one = parsed({"config", "historyLimit"});
-        QCOMPARE(one.key, QStringLiteral("historyLimit"));
-        QVERIFY(one.value.isUndefined());
-        const ShellCommand set = parsed({"config", "historyLimit", "321"});
-        QCOMPARE(set.key, QStringLiteral("historyLimit"));
-        QCOMPARE(set.value, QJsonValue(321));
-        QVERIFY(!error({"config", "historyLimit", "321", "extra"}).isEmpty());
-    }
-
-    void configValues_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QJsonValue>("value");
-        QTest::newRow("true") << "true" << QJsonValue(true);
-        QTest::newRow("false") << "false" << QJsonValue(false);
-        QTest::newRow("integer") << "500" << QJsonValue(500);
-        QTest::newRow("negative") << "-1" << QJsonValue(-1);
-        QTest::newRow("fraction") << "1.5" << QJsonValue(1.5);
-        QTest::newRow("null") << "null" << QJsonValue(QJsonValue::Null);
-        QTest::newRow("JSON string") << "\"de\"" << QJsonValue("de");
-        QTest::newRow("JSON string of digits") << "\"12\"" << QJsonValue("12");
-        QTest::newRow("list") << "[\"org.a\", \"org.b\"]" << QJsonValue(QJsonArray{"org.a", "org.b"});
-        QTest::newRow("empty list") << "[]" << QJsonValue(QJsonArray());
-        QTest::newRow("bare word") << "de" << QJsonValue("de");
-        QTest::newRow("bare words") << "two words" << QJsonValue("two words");
-        QTest::newRow("empty") << "" << QJsonValue("");
-        QTest::newRow("two values") << "1,2" << QJsonValue("1,2");
-        QTest::newRow("broken list") << "[1" << QJsonValue("[1");
-        QTest::newRow("no way out of the wrapping") << "1],[2" << QJsonValue("1],[2");
-    }
-    void configValues()
-    {
-        QFETCH(QString, text);
-        QFETCH(QJsonValue, value);
-        QCOMPARE(CommandLine::configValue(text), value);
-    }
-
-    void listPasteQuitAndConfigNeedARunningInstance()
-    {
-        for (Kind kind : {Kind::list, Kind::paste, Kind::quit, Kind::config})
-            QVERIFY((ShellCommand{kind, 1, {}}.needsRunningInstance()));
-        // sign-in and sign-out start Stashwell, as toggle does.
-        for (Kind kind :
-             {Kind::launch, Kind::toggle, Kind::show, Kind::pause, Kind::resume, Kind::openURL, Kind::signIn, Kind::signOut})
-            QVERIFY(!(ShellCommand{kind, 0, {}}.needsRunningInstance()));
-    }
-
-    void requestsRoundTrip()
-    {
-        const QList<QStringList> commands{{}, {"toggle"}, {"show"}, {"pause"}, {"resume"}, {"list"},
-                                          {"paste", "7"}, {"quit"}, {"stashwell://auth?code=a%20b&state=%26"},
-                                          {"config"}, {"config", "historyLimit"}, {"config", "historyLimit", "321"},
-                                          {"config", "languageCode", "null"}, {"config", "languageCode", "de"},
-                                          {"config", "excludedBundleIDs", "[\"a\",\"b\"]"}, {"sign-in"}, {"sign-out"}};
-        for (const QStringList &args : commands) {
-            const ShellCommand command = parsed(args);
-            const QByteArray line = command.toRequest();
-            QVERIFY(!line.contains('\n'));
-            QCOMPARE(ShellCommand::fromRequest(line), std::optional(command));
-        }
+        const std::pair<const char *, QJsonValue> cases[] = {
+            {"true", true}, {"1.5", 1.5}, {"null", QJsonValue::Null}, {"\"12\"", "12"},
+            {"[\"org.a\", \"org.b\"]", QJsonArray{"org.a", "org.b"}}, {"de", "de"}, {"1,2", "1,2"}, {"[1", "[1"},
+            {"1],[2", "1],[2"}}; // no way out of the wrapping
+        for (const auto &[text, value] : cases)
+            QCOMPARE(CommandLine::configValue(text), value);
     }
 
     void badRequestsAreRejected()
@@ -155,10 +118,8 @@ private slots:
         for (const char *line : {"", "garbage", "{}", "[1,2]", "{\"command\":\"format-disk\"}", "{\"command\":\"help\"}",
                                  "{\"command\":\"paste\"}", "{\"command\":\"paste\",\"index\":0}",
                                  "{\"command\":\"paste\",\"index\":1.5}", "{\"command\":\"paste\",\"index\":\"2\"}",
-                                 "{\"command\":\"url\",\"url\":\"https://evil.example/\"}",
-                                 "{\"command\":\"url\"}", "{\"command\":7}",
-                                 "{\"command\":\"config\",\"value\":1}", "{\"command\":\"config\",\"key\":5}",
-                                 "{\"command\":\"config\",\"key\":\"\",\"value\":true}"})
+                                 "{\"command\":\"url\",\"url\":\"https://evil.example/\"}", "{\"command\":\"url\"}",
+                                 "{\"command\":\"config\",\"value\":1}", "{\"command\":\"config\",\"key\":5}"})
             QVERIFY2(!ShellCommand::fromRequest(line), line);
     }
 
@@ -169,14 +130,105 @@ private slots:
         for (QByteArray &a : raw)
             argv.push_back(a.data());
         QCOMPARE(CommandLine::arguments(int(argv.size()), argv.data()), (QStringList{"paste", "3"}));
-        QCOMPARE(parsed(CommandLine::arguments(int(argv.size()), argv.data())).index, 3);
     }
 
-    void usageNamesEveryCommand()
+    void theSocketIsPrivateAndNamedAfterUserAndDisplay()
     {
-        for (const char *word : {"toggle", "show", "pause", "resume", "list", "paste N", "quit", "config KEY VALUE",
-                                 "sign-in", "sign-out", "stashwell://"})
-            QVERIFY(CommandLine::usage().contains(QLatin1String(word)));
+        qputenv("XDG_RUNTIME_DIR", m_dir.path().toUtf8());
+        qputenv("DISPLAY", "../../etc:1.0");
+        QCOMPARE(SingleInstance::defaultSocketPath(), m_dir.filePath("stashwell-%1-.._.._etc_1.sock").arg(::getuid()));
+        auto instance = server();
+        struct stat info {};
+        QCOMPARE(::stat(QFile::encodeName(path()).constData(), &info), 0);
+        QCOMPARE(info.st_mode & 0777, mode_t(0600));
+    }
+
+    void aSecondInstanceForwardsAndExitsWithTheReplysStatus()
+    {
+        QString out, err;
+        QTextStream outStream(&out), errStream(&err);
+        SingleInstance first(path());
+        QCOMPARE(first.claim({Kind::toggle}, outStream, errStream), std::nullopt); // alone: it becomes the instance
+        QVERIFY(first.listen());
+        first.setHandler([this](const ShellCommand &c) { return handle(c); });
+
+        SingleInstance second(path());
+        const auto claim = [&](ShellCommand c) { return offThread([&] { return second.claim(c, outStream, errStream); }); };
+        const ShellCommand url{Kind::openURL, 0, QUrl(QStringLiteral("stashwell://auth?code=x&state=y"))};
+        QCOMPARE(claim({Kind::list}), std::optional(0));
+        QCOMPARE(claim({Kind::paste, 9}), std::optional(1));
+        QCOMPARE(claim({Kind::config}), std::optional(2)); // used wrongly
+        QCOMPARE(claim(url), std::optional(0));
+        outStream.flush();
+        errStream.flush();
+        QCOMPARE(out, QStringLiteral("1\tnewest\n"));
+        QCOMPARE(err, QStringLiteral("No entry\nUnknown setting: x\n"));
+        QCOMPARE(m_received, (QList<ShellCommand>{{Kind::list}, {Kind::paste, 9}, {Kind::config}, url}));
+        QVERIFY(!second.isListening());
+    }
+
+    void withoutARunningInstanceOnlyWhatStartsOneGoesOn()
+    {
+        QString out, err;
+        QTextStream outStream(&out), errStream(&err);
+        QCOMPARE(SingleInstance(path()).forward({Kind::toggle}, 300), std::nullopt);
+        for (Kind kind : {Kind::launch, Kind::toggle, Kind::show, Kind::pause, Kind::resume, Kind::openURL, Kind::signIn,
+                          Kind::signOut})
+            QCOMPARE(SingleInstance(path()).claim({kind}, outStream, errStream), std::nullopt); // this one starts
+        for (Kind kind : {Kind::list, Kind::paste, Kind::quit, Kind::config})
+            QCOMPARE(SingleInstance(path()).claim({kind, 1}, outStream, errStream), std::optional(1));
+        QCOMPARE(SingleInstance(path()).claim({Kind::help}, outStream, errStream), std::optional(0)); // answered here
+        outStream.flush();
+        errStream.flush();
+        QCOMPARE(err, QStringLiteral("Stashwell is not running.\n").repeated(4));
+        QVERIFY(out.startsWith(QStringLiteral("Usage: stashwell")));
+    }
+
+    void aLiveInstanceKeepsItsSocketAndAStaleOneIsReplaced()
+    {
+        {
+            auto first = server();
+            QVERIFY(first);
+            SingleInstance second(path());
+            QVERIFY(!offThread([&] { return second.listen(); }));
+            QVERIFY(forward(Kind::pause));
+        }
+        QFile stale(path()); // a crashed instance leaves its file behind
+        QVERIFY(stale.open(QIODevice::WriteOnly));
+        stale.close();
+        auto next = server();
+        QVERIFY(next);
+        QVERIFY(forward(Kind::resume));
+        QCOMPARE(m_received, (QList<ShellCommand>{{Kind::pause}, {Kind::resume}}));
+    }
+
+    void requestsBeforeTheServicesStartWaitForThem()
+    {
+        SingleInstance first(path());
+        QVERIFY(first.listen());
+        auto reply = std::async(std::launch::async, [&] { return SingleInstance(path()).forward({Kind::toggle}); });
+        QTRY_VERIFY(first.findChild<QLocalSocket *>() && first.findChild<QLocalSocket *>()->canReadLine());
+        QCOMPARE(reply.wait_for(std::chrono::seconds(0)), std::future_status::timeout); // here, unanswered
+        first.setHandler([this](const ShellCommand &c) { return handle(c); });
+        QTRY_COMPARE(reply.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+        QVERIFY(reply.get().value_or(ShellReply{false}).ok);
+        QCOMPARE(m_received, QList<ShellCommand>{{Kind::toggle}});
+    }
+
+    void garbageGetsAnErrorReplyAndTheServerGoesOn()
+    {
+        auto instance = server();
+        QVERIFY(instance);
+        for (const char *garbage : {"not json\n", "{\"command\":\"paste\",\"index\":-3}\n"}) {
+            QLocalSocket peer;
+            peer.connectToServer(path());
+            QVERIFY(peer.waitForConnected(1000));
+            peer.write(garbage);
+            QTRY_VERIFY(peer.canReadLine());
+            QCOMPARE(ShellReply::fromLine(peer.readLine().trimmed())->ok, false);
+        }
+        QVERIFY(forward(Kind::list));
+        QCOMPARE(m_received, QList<ShellCommand>{{Kind::list}});
     }
 };
 
