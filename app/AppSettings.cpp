@@ -1,5 +1,6 @@
 #include "app/AppSettings.h"
 
+#include "l10n/AppLanguage.h"
 #include "platform/DefaultsStore.h"
 #include "platform/LoginItem.h"
 
@@ -41,31 +42,50 @@ template <typename T> constexpr const char *typeName()
         return "a string or null";
 }
 
+// The values the settings window offers; anything else (a limit of 0 deletes every unpinned
+// entry) is refused from the command line and read as the default from the defaults file.
+bool isHistoryLimitChoice(const qint64 &limit) { return limit >= 100 && limit <= 5000; }
+bool isRetentionChoice(const qint64 &days) { return days >= 0 && days <= 90; }
+bool isLanguageChoice(const std::optional<QString> &code) { return !code || AppLanguages::fromRawValue(*code); }
+
+QString languageChoices()
+{
+    QStringList codes;
+    for (AppLanguage language : AppLanguages::allCases())
+        codes << AppLanguages::rawValue(language);
+    return QStringLiteral("a language code (%1) or null").arg(codes.join(QStringLiteral(", ")));
+}
+
+enum class Fit { yes, wrongType, notAChoice };
+
 } // namespace
 
 struct AppSettings::Property {
     const char *key;
     const char *type;
-    void (*load)(AppSettings &, const QJsonValue &); // a stored value of the field's type, else the default stays
+    QString choices; // for messages, when only some values of the type are offered
+    Fit (*fit)(const QJsonValue &);
+    void (*load)(AppSettings &, const QJsonValue &); // a value that fits, without the setter
     QJsonValue (*get)(const AppSettings &);
-    bool (*set)(AppSettings &, const QJsonValue &); // through the setter; false for another type
+    void (*set)(AppSettings &, const QJsonValue &); // a value that fits, through the setter
 
-    // The JSON typing follows the field's type.
-    template <auto Field, auto Setter> static Property of(const char *key)
+    // The JSON typing follows the field's type; `Choice`, when given, narrows it to the values offered.
+    template <auto Field, auto Setter, auto Choice = nullptr> static Property of(const char *key, QString choices = {})
     {
         using T = std::remove_cvref_t<decltype(std::declval<AppSettings &>().*Field)>;
-        return {key, typeName<T>(),
-                [](AppSettings &s, const QJsonValue &v) {
-                    if (const std::optional<T> typed = fromJson<T>(v))
-                        s.*Field = *typed;
-                },
-                [](const AppSettings &s) { return toJson(s.*Field); },
-                [](AppSettings &s, const QJsonValue &v) {
+        return {key, typeName<T>(), choices,
+                [](const QJsonValue &v) {
                     const std::optional<T> typed = fromJson<T>(v);
-                    if (typed)
-                        (s.*Setter)(*typed);
-                    return typed.has_value();
-                }};
+                    if (!typed)
+                        return Fit::wrongType;
+                    if constexpr (!std::is_null_pointer_v<decltype(Choice)>)
+                        if (!Choice(*typed))
+                            return Fit::notAChoice;
+                    return Fit::yes;
+                },
+                [](AppSettings &s, const QJsonValue &v) { s.*Field = *fromJson<T>(v); },
+                [](const AppSettings &s) { return toJson(s.*Field); },
+                [](AppSettings &s, const QJsonValue &v) { (s.*Setter)(*fromJson<T>(v)); }};
     }
 };
 
@@ -76,9 +96,11 @@ const QList<AppSettings::Property> &AppSettings::properties()
     static const QList<Property> table{
         Property::of<&S::m_onboardingCompleted, &S::setOnboardingCompleted>("onboardingCompleted"),
         Property::of<&S::m_launchAtLogin, &S::setLaunchAtLogin>("launchAtLogin"),
-        Property::of<&S::m_languageCode, &S::setLanguageCode>("languageCode"),
-        Property::of<&S::m_historyLimit, &S::setHistoryLimit>("historyLimit"),
-        Property::of<&S::m_historyRetentionDays, &S::setHistoryRetentionDays>("historyRetentionDays"),
+        Property::of<&S::m_languageCode, &S::setLanguageCode, isLanguageChoice>("languageCode", languageChoices()),
+        Property::of<&S::m_historyLimit, &S::setHistoryLimit, isHistoryLimitChoice>(
+            "historyLimit", QStringLiteral("an integer from 100 to 5000")),
+        Property::of<&S::m_historyRetentionDays, &S::setHistoryRetentionDays, isRetentionChoice>(
+            "historyRetentionDays", QStringLiteral("a number of days from 0 (keep forever) to 90")),
         Property::of<&S::m_moveToTopOnPaste, &S::setMoveToTopOnPaste>("moveToTopOnPaste"),
         Property::of<&S::m_copyInsteadOfPaste, &S::setCopyInsteadOfPaste>("copyInsteadOfPaste"),
         Property::of<&S::m_alwaysPlainText, &S::setAlwaysPlainText>("alwaysPlainText"),
@@ -106,9 +128,13 @@ AppSettings::AppSettings(DefaultsStore &defaults, LoginItem &loginItem, QObject 
     , m_defaults(defaults)
     , m_loginItem(loginItem)
 {
-    // A stored value of another type falls back to the default (and is left as it is).
-    for (const Property &property : properties())
-        property.load(*this, defaults.object(QLatin1String(property.key)));
+    // A stored value of another type, or one the settings window does not offer, falls back
+    // to the default (and is left as it is).
+    for (const Property &property : properties()) {
+        const QJsonValue stored = defaults.object(QLatin1String(property.key));
+        if (property.fit(stored) == Fit::yes)
+            property.load(*this, stored);
+    }
 
     if (!defaults.contains(QStringLiteral("launchAtLogin"))) { // the very first start
         defaults.set(QStringLiteral("launchAtLogin"), true);
@@ -183,13 +209,26 @@ QJsonValue AppSettings::value(const QString &key) const
 bool AppSettings::setValue(const QString &key, const QJsonValue &value)
 {
     const Property *found = property(key);
-    return found && found->set(*this, value);
+    if (!found || found->fit(value) != Fit::yes)
+        return false;
+    found->set(*this, value);
+    return true;
 }
 
-QString AppSettings::expectedType(const QString &key)
+QString AppSettings::expectedType(const QString &key, const QJsonValue &value)
 {
     const Property *found = property(key);
-    return found ? QString::fromLatin1(found->type) : QString();
+    if (!found)
+        return {};
+    switch (found->fit(value)) {
+    case Fit::wrongType:
+        return QString::fromLatin1(found->type);
+    case Fit::notAChoice:
+        return found->choices;
+    case Fit::yes:
+        break;
+    }
+    return {};
 }
 
 QVariantMap AppSettings::environmentProps() const

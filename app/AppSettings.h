@@ -52,12 +52,17 @@ public:
     // The same properties by defaults key (`stashwell config`): every key in the table's order;
     // a value in its defaults-file JSON form (undefined for an unknown key, null for an absent
     // languageCode); setting goes through the typed setter above and is refused (false,
-    // nothing changed) for an unknown key or a value of another type.
+    // nothing changed) for an unknown key, a value of another type, or a value the settings
+    // window does not offer (historyLimit 100 to 5000, historyRetentionDays 0 to 90, one of
+    // the interface languages). The defaults file is read the same way: such a value reads as
+    // the default.
     static QStringList keys();
     QJsonValue value(const QString &key) const;
     bool setValue(const QString &key, const QJsonValue &value);
-    // What a key takes, for messages ("an integer", ...); empty for an unknown key.
-    static QString expectedType(const QString &key);
+    // What `key` takes when setValue would refuse `value`, for messages: its type ("an integer"),
+    // or for a value of that type that is not offered, the values offered ("an integer from 100
+    // to 5000"); empty when `value` fits or the key is unknown.
+    static QString expectedType(const QString &key, const QJsonValue &value);
 
     // The "app.env" snapshot for the improvement reporter.
     QVariantMap environmentProps() const;

@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace {
 
@@ -72,6 +73,8 @@ QByteArray ShellCommand::toRequest() const
         request.insert(QStringLiteral("key"), key);
     if (kind == Kind::config && !value.isUndefined())
         request.insert(QStringLiteral("value"), value);
+    if (kind == Kind::config && confirmed)
+        request.insert(QStringLiteral("yes"), true);
     return QJsonDocument(request).toJson(QJsonDocument::Compact);
 }
 
@@ -98,6 +101,7 @@ std::optional<ShellCommand> ShellCommand::fromRequest(const QByteArray &line)
         const QJsonValue key = request.value(QStringLiteral("key"));
         command.key = key.toString();
         command.value = request.value(QStringLiteral("value"));
+        command.confirmed = request.value(QStringLiteral("yes")).toBool();
         // The key, when given, is a string; a value needs its key.
         if (!(key.isUndefined() || key.isString()) || (command.key.isEmpty() && !command.value.isUndefined()))
             return std::nullopt;
@@ -163,13 +167,17 @@ Parsed parse(const QStringList &arguments)
         return {ShellCommand{ShellCommand::Kind::paste, *n, {}}, {}};
     }
     if (*kind == ShellCommand::Kind::config) {
-        if (rest.size() > 2)
-            return fail(QStringLiteral("config takes at most a key and a value"));
+        QStringList words = rest;
         ShellCommand config;
         config.kind = ShellCommand::Kind::config;
-        config.key = rest.value(0);
-        if (rest.size() == 2)
-            config.value = configValue(rest[1]);
+        config.confirmed = words.removeAll(QStringLiteral("--yes")) > 0;
+        if (words.size() > 2)
+            return fail(QStringLiteral("config takes at most a key and a value"));
+        if (config.confirmed && words.size() != 2)
+            return fail(QStringLiteral("--yes goes with config KEY VALUE"));
+        config.key = words.value(0);
+        if (words.size() == 2)
+            config.value = configValue(words[1]);
         return {config, {}};
     }
     if (!rest.isEmpty())
@@ -193,8 +201,12 @@ QString usage()
         "  quit        quit Stashwell\n"
         "  config      print every setting: key, a tab, its value as JSON\n"
         "  config KEY  print the value of one setting\n"
-        "  config KEY VALUE  set a setting; VALUE is JSON (true, 500, '[\"org.example.App\"]',\n"
-        "              null) or a bare word taken as a string; a wrong key or type: exit status 2\n"
+        "  config KEY VALUE [--yes]  set a setting; VALUE is JSON (true, 500, '[\"org.example.App\"]',\n"
+        "              null) or a bare word taken as a string. A wrong key or type, or a value the\n"
+        "              settings window does not offer (historyLimit 100 to 5000, historyRetentionDays\n"
+        "              0 to 90): exit status 2. A historyLimit below the number of entries deletes the\n"
+        "              oldest at once: without --yes it only says how many, changes nothing and\n"
+        "              exits with status 1\n"
         "  sign-in     sign in to the web service in the browser (prints the page's address)\n"
         "  sign-out    sign out of the web service\n"
         "  stashwell://...  hand a sign-in callback URL to Stashwell\n"
@@ -211,6 +223,18 @@ QJsonValue configValue(const QString &text)
     QJsonParseError error;
     const QJsonArray wrapped = QJsonDocument::fromJson('[' + text.toUtf8() + ']', &error).array();
     return error.error == QJsonParseError::NoError && wrapped.size() == 1 ? wrapped.first() : QJsonValue(text);
+}
+
+QString printable(QString text)
+{
+    // Whole sequences first (CSI; OSC, DCS and the other strings up to BEL, ST or the end of the
+    // line; two-byte escapes), then any control character left: C0 but tab and newline, DEL, C1.
+    static const QRegularExpression unprintable(QStringLiteral(
+        R"((?:\x1b\[|\x{9b})[0-?]*[ -/]*[@-~])"
+        R"(|(?:\x1b[\]PX^_]|[\x{90}\x{98}\x{9d}-\x{9f}])[^\x07\n]*?(?:\x07|\x1b\\|\x{9c}|(?=\n)|$))"
+        R"(|\x1b[ -/]*[0-~])"
+        R"(|[\x00-\x08\x0b-\x1f\x7f-\x{9f}])"));
+    return text.remove(unprintable);
 }
 
 } // namespace CommandLine

@@ -15,9 +15,10 @@ struct ShellCommand {
 
     Kind kind = Kind::launch;
     int index = 0; // paste: 1-based position in the history
-    QUrl url;      // openURL: a stashwell:// URL
+    QUrl url{};    // openURL: a stashwell:// URL
     QString key{}; // config: a settings key; empty for all of them
     QJsonValue value{QJsonValue::Undefined}; // config: the value to set; undefined to print
+    bool confirmed = false; // config: --yes, the value may delete history entries
 
     // list, paste, quit and config only make sense for an instance that already runs.
     bool needsRunningInstance() const;
@@ -52,5 +53,11 @@ QString usage();
 // A VALUE of `stashwell config KEY VALUE`: JSON (true, 12, "text", ["a", "b"], null) when it
 // is one JSON value, else the text itself as a string (a bare word: de).
 QJsonValue configValue(const QString &text);
+
+// Text from the running instance (or whoever answers on its socket) or from the history, as
+// the terminal may show it: without escape sequences and control characters, so that a title
+// or a forged reply cannot move the cursor, retitle the window or rewrite what was printed.
+// Tabs and line breaks stay.
+QString printable(QString text);
 
 } // namespace CommandLine

@@ -9,6 +9,7 @@
 
 #include <QLoggingCategory>
 #include <QTimer>
+#include <algorithm>
 
 namespace {
 Q_LOGGING_CATEGORY(shellLog, "stashwell.shell", QtWarningMsg)
@@ -78,7 +79,7 @@ ShellReply ShellCommands::run(const ShellCommand &command)
             m_actions.openURL(command.url);
         return {};
     case Kind::config:
-        return config(command.key, command.value);
+        return config(command.key, command.value, command.confirmed);
     case Kind::signIn:
         return signIn();
     case Kind::signOut:
@@ -91,7 +92,7 @@ ShellReply ShellCommands::run(const ShellCommand &command)
     return {false, QStringLiteral("Not a command for the running Stashwell.\n")};
 }
 
-ShellReply ShellCommands::config(const QString &key, const QJsonValue &value)
+ShellReply ShellCommands::config(const QString &key, const QJsonValue &value, bool confirmed)
 {
     if (key.isEmpty()) {
         QString text;
@@ -103,12 +104,28 @@ ShellReply ShellCommands::config(const QString &key, const QJsonValue &value)
         return usageError(QStringLiteral("Unknown setting: %1 (`stashwell config` lists them).").arg(singleLine(key)));
     if (value.isUndefined())
         return {true, json(m_settings.value(key)) + QLatin1Char('\n')};
-    if (!m_settings.setValue(key, value))
-        return usageError(QStringLiteral("%1 takes %2, not %3.").arg(key, AppSettings::expectedType(key), json(value)));
+    const QString expected = AppSettings::expectedType(key, value);
+    if (!expected.isEmpty())
+        return usageError(QStringLiteral("%1 takes %2, not %3.").arg(key, expected, json(value)));
+    if (const qsizetype lost = entriesLostTo(key, value); lost > 0 && !confirmed)
+        return {false, QStringLiteral("historyLimit %1 deletes the %2 oldest entries (pinned ones stay). Nothing was "
+                                      "changed; add --yes to go ahead.\n")
+                           .arg(value.toInteger())
+                           .arg(lost)};
+    m_settings.setValue(key, value);
     // As the settings window does: a smaller limit applies at once.
     if (key == QLatin1String("historyLimit") || key == QLatin1String("historyRetentionDays"))
         m_store.prune();
     return {};
+}
+
+qsizetype ShellCommands::entriesLostTo(const QString &key, const QJsonValue &value) const
+{
+    if (key != QLatin1String("historyLimit"))
+        return 0;
+    const QList<ClipItem> &items = m_store.items();
+    const qsizetype unpinned = std::count_if(items.begin(), items.end(), [](const ClipItem &i) { return !i.pinned; });
+    return qMax<qsizetype>(0, unpinned - value.toInteger());
 }
 
 // Without a web-service root nothing is sent, so there is no sign-in.

@@ -29,8 +29,10 @@ public:
     static QString listing(const QList<ClipItem> &items);
 
 private:
-    // `stashwell config [KEY [VALUE]]`.
-    ShellReply config(const QString &key, const QJsonValue &value);
+    // `stashwell config [KEY [VALUE [--yes]]]`: a value that would delete entries needs `confirmed`.
+    ShellReply config(const QString &key, const QJsonValue &value, bool confirmed);
+    // How many unpinned entries setting `key` to `value` would delete at once (historyLimit only).
+    qsizetype entriesLostTo(const QString &key, const QJsonValue &value) const;
     ShellReply signIn();
 
     HistoryStore &m_store;

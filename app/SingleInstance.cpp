@@ -1,11 +1,9 @@
 #include "app/SingleInstance.h"
 
-#include "common/FileSafety.h"
 #include "BuildInfo.h"
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalServer>
@@ -20,6 +18,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -46,14 +45,42 @@ QString displayTag()
     return display.isEmpty() ? QStringLiteral("none") : display;
 }
 
-QString runtimeDir()
+// Why `path` may not hold the socket and its lock; empty when it may.
+QString whyNotPrivate(const QString &path)
+{
+    struct stat info {};
+    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
+        return QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno)));
+    if (S_ISLNK(info.st_mode))
+        return QStringLiteral("%1 is a symbolic link").arg(path);
+    if (!S_ISDIR(info.st_mode))
+        return QStringLiteral("%1 is not a directory").arg(path);
+    if (info.st_uid != ::getuid())
+        return QStringLiteral("%1 belongs to another user (uid %2)").arg(path).arg(info.st_uid);
+    if ((info.st_mode & 0777) != 0700)
+        return QStringLiteral("%1 has mode %2, not 0700").arg(path).arg(info.st_mode & 0777, 4, 8, QLatin1Char('0'));
+    return {};
+}
+
+// A directory of the fixed name that someone else made is refused rather than swapped for a
+// random one, which the next `stashwell` could not find.
+QString runtimeDir(QString *error)
 {
     const QString xdg = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!xdg.isEmpty() && QFileInfo(xdg).isDir() && QFileInfo(xdg).ownerId() == ::getuid())
+    const QString xdgProblem = !QDir::isAbsolutePath(xdg) ? QStringLiteral("XDG_RUNTIME_DIR is not set to a path")
+                                                          : whyNotPrivate(xdg);
+    if (xdgProblem.isEmpty())
         return xdg;
     const QString fallback = QDir::tempPath() + QStringLiteral("/stashwell-%1").arg(::getuid());
-    FileSafety::ensurePrivateDir(fallback);
-    return fallback;
+    ::mkdir(QFile::encodeName(fallback).constData(), 0700); // fails when it exists: then checked like any
+    const QString fallbackProblem = whyNotPrivate(fallback);
+    if (fallbackProblem.isEmpty())
+        return fallback;
+    if (error)
+        *error = QStringLiteral("no private directory for the command socket: %1; %2. Set XDG_RUNTIME_DIR to a "
+                                "directory of yours with mode 0700, or have %3 removed.")
+                     .arg(xdgProblem, fallbackProblem, fallback);
+    return {};
 }
 
 qint64 remaining(const QDeadlineTimer &deadline)
@@ -118,6 +145,12 @@ std::optional<QByteArray> exchange(const QString &path, const QByteArray &reques
 
 } // namespace
 
+int ShellReply::print(QTextStream &out, QTextStream &err) const
+{
+    (ok ? out : err) << CommandLine::printable(output);
+    return ok ? 0 : usageError ? 2 : 1;
+}
+
 QByteArray ShellReply::toLine() const
 {
     QJsonObject object{{QStringLiteral("ok"), ok}, {QStringLiteral("output"), output}};
@@ -147,9 +180,10 @@ SingleInstance::~SingleInstance()
         m_server->close(); // removes the socket file
 }
 
-QString SingleInstance::defaultSocketPath()
+QString SingleInstance::defaultSocketPath(QString *error)
 {
-    return runtimeDir() + QStringLiteral("/stashwell-%1-%2.sock").arg(::getuid()).arg(displayTag());
+    const QString dir = runtimeDir(error);
+    return dir.isEmpty() ? dir : dir + QStringLiteral("/stashwell-%1-%2.sock").arg(::getuid()).arg(displayTag());
 }
 
 std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStream &out, QTextStream &err)
@@ -170,10 +204,8 @@ std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStrea
         err << "Stashwell is starting; try again.\n";
         return 1;
     }
-    if (const auto reply = forward(command)) {
-        (reply->ok ? out : err) << reply->output;
-        return reply->ok ? 0 : reply->usageError ? 2 : 1;
-    }
+    if (const auto reply = forward(command))
+        return reply->print(out, err);
     if (command.needsRunningInstance()) {
         err << "Stashwell is not running.\n";
         return 1;

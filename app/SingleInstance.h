@@ -17,10 +17,14 @@ class QTextStream;
 
 struct ShellReply {
     bool ok = true;
-    QString output; // printed by the second process: to stdout when ok, else to stderr
+    QString output{}; // printed by the second process: to stdout when ok, else to stderr
     // Not ok because the command was used wrongly (`config` with an unknown key or a value of
     // another type): the second process exits with 2, as for a bad command line, instead of 1.
     bool usageError = false;
+
+    // Prints `output` (to `out` when ok, else to `err`) as CommandLine::printable makes it;
+    // returns the exit status: 0 when ok, 2 for a usage error, else 1.
+    int print(QTextStream &out, QTextStream &err) const;
 
     QByteArray toLine() const;
     static std::optional<ShellReply> fromLine(const QByteArray &line);
@@ -42,8 +46,11 @@ public:
     explicit SingleInstance(const QString &socketPath, QObject *parent = nullptr);
     ~SingleInstance() override;
 
-    // $XDG_RUNTIME_DIR/stashwell-<uid>-<display>.sock (else a private directory in /tmp).
-    static QString defaultSocketPath();
+    // $XDG_RUNTIME_DIR/stashwell-<uid>-<display>.sock, else the same name in /tmp/stashwell-<uid>
+    // (made when missing). Either directory only when it is this user's, mode 0700 and not a
+    // symbolic link: whoever else can write there could answer in Stashwell's place or block
+    // it. Empty, with `error` saying why, when neither is.
+    static QString defaultSocketPath(QString *error = nullptr);
 
     // The start of main(), before the application object: help and version are answered
     // here; any other command goes to the running instance when there is one. Returns the

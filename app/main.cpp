@@ -26,7 +26,13 @@ int main(int argc, char *argv[])
         err << "stashwell: " << parsed.error << "\n\n" << CommandLine::usage();
         return 2;
     }
-    SingleInstance instance(SingleInstance::defaultSocketPath());
+    QString noSocket;
+    const QString socketPath = SingleInstance::defaultSocketPath(&noSocket);
+    if (socketPath.isEmpty() && !parsed.command->isLocal()) {
+        err << "stashwell: " << noSocket << "\n";
+        return 1;
+    }
+    SingleInstance instance(socketPath);
     if (const auto exitCode = instance.claim(*parsed.command, out, err))
         return *exitCode;
 
@@ -56,8 +62,7 @@ int main(int argc, char *argv[])
     instance.setHandler([&commands](const ShellCommand &command) { return commands.run(command); });
     if (parsed.command->kind != ShellCommand::Kind::launch) {
         // `stashwell toggle` (or a URL, or sign-in) that started this instance: its answer is ours to print.
-        const ShellReply reply = commands.run(*parsed.command);
-        (reply.ok ? out : err) << reply.output;
+        commands.run(*parsed.command).print(out, err);
         out.flush();
         err.flush();
     }

@@ -47,18 +47,23 @@ private slots:
         QVERIFY(s.launchAtLogin());
     }
 
-    void storedValuesOfAnotherTypeReadAsTheDefault()
+    void storedValuesOfAnotherTypeOrNotOfferedReadAsTheDefault()
     {
         FakeLoginItem login;
         const QList<std::tuple<QString, QJsonValue, QJsonValue>> stored{
             {"historyLimit", "100", 500}, {"historyLimit", 100, 100}, {"historyRetentionDays", 7.5, 0},
             {"clearOnQuit", 1, false}, {"excludedBundleIDs", QJsonArray{"a", 2}, QJsonArray()}, {"languageCode", 5, {}},
-            {"moveToTopOnPaste", "no", true}, {"restoreClipboardAfterPaste", "yes", false}};
+            {"moveToTopOnPaste", "no", true}, {"restoreClipboardAfterPaste", "yes", false},
+            {"historyLimit", 0, 500}, {"historyLimit", -1, 500}, {"historyLimit", 5001, 500},
+            {"historyRetentionDays", -1, 0}, {"historyRetentionDays", 91, 0}, {"historyRetentionDays", 90, 90},
+            {"languageCode", "xx", {}}, {"languageCode", "pt-BR", "pt-BR"}};
         for (const auto &[key, value, expected] : stored) {
             DefaultsStore typed{QString()};
             typed.set(key, value);
-            QCOMPARE(AppSettings(typed, login).value(key), expected);
+            AppSettings settings(typed, login);
+            QCOMPARE(settings.value(key), expected);
             QCOMPARE(typed.object(key), value); // never rewritten
+            QCOMPARE(settings.setValue(key, value), value == expected); // nor set by `stashwell config`
         }
     }
 

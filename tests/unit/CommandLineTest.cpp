@@ -38,7 +38,8 @@ class CommandLineTest : public QObject {
         if (c.kind == Kind::config)
             return {false, QStringLiteral("Unknown setting: x\n"), true};
         const bool paste = c.kind == Kind::paste;
-        return {!paste, c.kind == Kind::list ? QStringLiteral("1\tnewest\n") : paste ? QStringLiteral("No entry\n") : QString()};
+        const QString list = QStringLiteral("1\tnew\x1b[2Jest\x1b]0;forged title\x07\n"); // printed as 1<TAB>newest
+        return {!paste, c.kind == Kind::list ? list : paste ? QStringLiteral("No entry\n") : QString()};
     }
     std::unique_ptr<SingleInstance> server()
     {
@@ -77,6 +78,8 @@ private slots:
         row({"config"}, int(Kind::config), "{\"command\":\"config\"}");
         row({"config", "historyLimit", "321"}, int(Kind::config),
             "{\"command\":\"config\",\"key\":\"historyLimit\",\"value\":321}");
+        row({"config", "historyLimit", "100", "--yes"}, int(Kind::config),
+            "{\"command\":\"config\",\"key\":\"historyLimit\",\"value\":100,\"yes\":true}");
         row({"config", "excludedBundleIDs", "[\"a\"]"}, int(Kind::config),
             "{\"command\":\"config\",\"key\":\"excludedBundleIDs\",\"value\":[\"a\"]}");
         row({"stashwell://auth?code=a%20b&state=%26"}, int(Kind::openURL),
@@ -86,7 +89,8 @@ private slots:
                                                          {"paste", "1", "2"}, {"paste", "99999999999999"},
                                                          {"https://example.com/"}, {"file:///etc/passwd"},
                                                          {"frobnicate"}, {"url"}, {"launch"}, {"toggle", "now"},
-                                                         {"stashwell://auth", "extra"}, {"config", "a", "b", "c"}})
+                                                         {"stashwell://auth", "extra"}, {"config", "a", "b", "c"},
+                                                         {"config", "historyLimit", "--yes"}})
             row(bad, -1);
     }
     void parse()
@@ -111,6 +115,24 @@ private slots:
             {"1],[2", "1],[2"}}; // no way out of the wrapping
         for (const auto &[text, value] : cases)
             QCOMPARE(CommandLine::configValue(text), value);
+    }
+
+    void printableDropsEscapeSequencesAndControlCharacters_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("colour") << "\x1b[1;31mred\x1b[0m" << "red";
+        QTest::newRow("title, BEL") << "a\x1b]0;owned\ab" << "ab";
+        QTest::newRow("link, ST") << "a\x1b]8;;http://x\x1b\\link\x1b]8;;\x1b\\" << "alink";
+        QTest::newRow("unended string") << "a\x1bPq\n2\tb\n" << "a\n2\tb\n";
+        QTest::newRow("8-bit CSI") << "a\u009b2Jb\u0085" << "ab";
+        QTest::newRow("reset, CR, BS, DEL") << "a\x1b" "cb\rc\bd\x7f\x1b" << "abcd";
+        QTest::newRow("text") << "1\tü 日本 🙂\n" << "1\tü 日本 🙂\n";
+    }
+    void printableDropsEscapeSequencesAndControlCharacters()
+    {
+        QFETCH(QString, text);
+        QTEST(CommandLine::printable(text), "shown");
     }
 
     void badRequestsAreRejected()
@@ -141,6 +163,44 @@ private slots:
         struct stat info {};
         QCOMPARE(::stat(QFile::encodeName(path()).constData(), &info), 0);
         QCOMPARE(info.st_mode & 0777, mode_t(0600));
+    }
+
+    void onlyAPrivateDirectoryOfTheUsersHoldsTheSocket_data()
+    {
+        QTest::addColumn<QString>("spoiled"); // how the directories are spoiled
+        QTest::addColumn<QString>("why");
+        QTest::newRow("group can write") << "0770" << "has mode 0770, not 0700";
+        QTest::newRow("anyone can write") << "0777" << "has mode 0777, not 0700";
+        QTest::newRow("link to a private one") << "link" << "is a symbolic link";
+        QTest::newRow("another user's") << "owner" << "belongs to another user (uid 4242)";
+    }
+    void onlyAPrivateDirectoryOfTheUsersHoldsTheSocket()
+    {
+        QFETCH(QString, spoiled);
+        QFETCH(QString, why);
+        if (spoiled == QLatin1String("owner") && ::geteuid() != 0)
+            QSKIP("only root can give a directory to another user");
+        QTemporaryDir tmp;
+        const QByteArray oldTmp = qgetenv("TMPDIR");
+        const auto restore = qScopeGuard([&] { qputenv("TMPDIR", oldTmp); });
+        qputenv("TMPDIR", tmp.path().toUtf8());
+        const auto spoil = [&](const QString &dir) {
+            const QByteArray name = QFile::encodeName(dir), real = name + ".real";
+            if (spoiled == QLatin1String("link"))
+                return ::mkdir(real.constData(), 0700) == 0 && ::symlink(real.constData(), name.constData()) == 0;
+            const bool owner = spoiled == QLatin1String("owner");
+            return ::mkdir(name.constData(), 0700) == 0 && ::chmod(name.constData(), owner ? 0700 : spoiled.toUInt(nullptr, 8)) == 0
+                && (!owner || ::chown(name.constData(), 4242, 4242) == 0);
+        };
+        const QString runtime = tmp.filePath("runtime"), fallback = tmp.filePath("stashwell-%1").arg(::getuid());
+        QVERIFY(spoil(runtime));
+        qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
+        QString error;
+        QCOMPARE(QFileInfo(SingleInstance::defaultSocketPath(&error)).path(), fallback); // made private here
+        QVERIFY(!(QFileInfo(fallback).permissions() & 0x0077));
+        QVERIFY(QDir(fallback).removeRecursively() && spoil(fallback));
+        QCOMPARE(SingleInstance::defaultSocketPath(&error), QString());
+        QVERIFY2(error.contains(fallback + QLatin1Char(' ') + why), qPrintable(error));
     }
 
     void aSecondInstanceForwardsAndExitsWithTheReplysStatus()

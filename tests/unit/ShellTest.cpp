@@ -161,6 +161,11 @@ private slots:
         QTest::newRow("null for a bool") << "clearOnQuit" << QJsonValue(QJsonValue::Null) << "clearOnQuit takes|null";
         QTest::newRow("list of numbers") << "excludedBundleIDs" << QJsonValue(QJsonArray{1}) << "excludedBundleIDs takes|[1]";
         QTest::newRow("number for a language") << "languageCode" << QJsonValue(7) << "languageCode takes|7";
+        QTest::newRow("no history") << "historyLimit" << QJsonValue(0) << "historyLimit takes an integer from 100 to 5000|0";
+        QTest::newRow("negative limit") << "historyLimit" << QJsonValue(-1) << "historyLimit takes|-1";
+        QTest::newRow("limit not offered") << "historyLimit" << QJsonValue(5001) << "historyLimit takes|5001";
+        QTest::newRow("negative days") << "historyRetentionDays" << QJsonValue(-1) << "historyRetentionDays takes|-1";
+        QTest::newRow("unknown language") << "languageCode" << QJsonValue("xx") << "languageCode takes a language code (en,|\"xx\"";
     }
     void configRefusesUnknownKeysAndWrongValues()
     {
@@ -175,6 +180,24 @@ private slots:
         QVERIFY2(reply.output.contains(message.section('|', 1)), qPrintable(reply.output));
         QCOMPARE(config().output, before);
         QVERIFY(!f->defaults.contains(key));
+    }
+
+    void aLimitThatDeletesEntriesNeedsYes()
+    {
+        for (int i = 0; i < 102; ++i)
+            f->add(QString::number(i));
+        f->add(QStringLiteral("pinned"), true);
+        ShellCommand lower{.kind = Kind::config, .key = QStringLiteral("historyLimit"), .value = 100};
+        QCOMPARE(commands->run(lower), (ShellReply{false, QStringLiteral("historyLimit 100 deletes the 2 oldest entries "
+                                                                         "(pinned ones stay). Nothing was changed; add "
+                                                                         "--yes to go ahead.\n")})); // exit status 1
+        QCOMPARE(f->store->items().size(), 103);
+        QVERIFY(!f->defaults.contains(QStringLiteral("historyLimit")));
+        QVERIFY(config(QStringLiteral("historyLimit"), 5000).ok); // raising it deletes nothing
+        lower.confirmed = true;
+        QVERIFY(commands->run(lower).ok);
+        QCOMPARE(f->store->items().size(), 101);
+        QCOMPARE(f->store->items().last().displayTitle(), QStringLiteral("2"));
     }
 
     void signInOpensTheBrowserOnlyWithAServiceAndSignedOutAndSignOutIsLocal()
