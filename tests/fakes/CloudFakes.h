@@ -1,5 +1,5 @@
 #pragma once
-// In-memory stand-ins for the cloud services' platform parts (Parts 6.1-6.3).
+// In-memory stand-ins for the keychain and the browser of the cloud account and sync.
 #include "cloud/Keychain.h"
 
 #include <QMap>

@@ -1,33 +1,23 @@
-// Part 6.3 against the real Secret Service (gnome-keyring-daemon on a private session bus,
-// see with-secret-service.sh): set/get/remove round trips, absent vs empty, update in place.
+// The keychain against a real Secret Service (gnome-keyring-daemon on a private session bus,
+// see with-secret-service.sh): round trips, absent versus empty, update in place.
 #include "cloud/KeychainStore.h"
 
-#include <QProcess>
-#include <QRegularExpression>
 #include <QtTest>
 
 namespace {
 
 const QString service = QStringLiteral("com.norvane.Stashwell.test");
 
-// The Secret Service's own view, through libsecret's command-line client.
-QString secretTool(const QStringList &args)
-{
-    QProcess tool;
-    tool.start(QStringLiteral("secret-tool"), args);
-    tool.waitForFinished(10000);
-    return QString::fromUtf8(tool.readAllStandardOutput() + tool.readAllStandardError());
-}
-
-// The object paths of the items stored for `account` (QtKeychain's libsecret schema names the
-// service "server" and the account "user").
+// The object paths of the items stored for `account`, as libsecret's command-line client sees
+// them (QtKeychain's schema names the service "server" and the account "user").
 QStringList itemPaths(const QString &account)
 {
-    const QString out = secretTool({QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("server"),
-                                    service, QStringLiteral("user"), account});
+    QProcess tool;
+    tool.start("secret-tool", {"search", "--all", "server", service, "user", account});
+    tool.waitForFinished(10000);
     QStringList paths;
-    for (const auto &match : QRegularExpression(QStringLiteral("^\\[(/[^\\]]*)\\]$"), QRegularExpression::MultilineOption)
-                                 .globalMatch(out))
+    const QRegularExpression path("^\\[(/[^\\]]*)\\]$", QRegularExpression::MultilineOption);
+    for (const auto &match : path.globalMatch(QString::fromUtf8(tool.readAllStandardOutput() + tool.readAllStandardError())))
         paths << match.captured(1);
     return paths;
 }
@@ -37,92 +27,33 @@ QStringList itemPaths(const QString &account)
 class KeychainStoreIntegrationTest : public QObject {
     Q_OBJECT
 
+    KeychainStore m_store{service};
+
 private slots:
-    void init()
+    void setGetAndRemoveKeepAbsentAndEmptyApartFromAnyThread()
     {
-        for (const QString &account : {QStringLiteral("cloudToken"), QStringLiteral("cloudDeviceID"),
-                                       QStringLiteral("cloudEmail")})
-            m_store.remove(account);
-    }
-
-    void theSecretServiceIsReachable()
-    {
-        m_store.set(QStringLiteral("probe"), QStringLiteral("cloudEmail"));
-        QCOMPARE(itemPaths(QStringLiteral("cloudEmail")).size(), 1);
-    }
-
-    void roundTrip()
-    {
-        m_store.set(QStringLiteral("tok-äß-✓"), QStringLiteral("cloudToken"));
-        QCOMPARE(m_store.get(QStringLiteral("cloudToken")), std::optional<QString>(QStringLiteral("tok-äß-✓")));
-        m_store.remove(QStringLiteral("cloudToken"));
-        QCOMPARE(m_store.get(QStringLiteral("cloudToken")), std::nullopt);
-        QVERIFY(itemPaths(QStringLiteral("cloudToken")).isEmpty());
-    }
-
-    void settingAnAbsentValueRemovesTheItem()
-    {
-        m_store.set(QStringLiteral("tok"), QStringLiteral("cloudToken"));
-        m_store.set(std::nullopt, QStringLiteral("cloudToken"));
-        QCOMPARE(m_store.get(QStringLiteral("cloudToken")), std::nullopt);
-        QVERIFY(itemPaths(QStringLiteral("cloudToken")).isEmpty());
-    }
-
-    void settingTwiceUpdatesTheOneItemInPlace()
-    {
-        m_store.set(QStringLiteral("first"), QStringLiteral("cloudToken"));
-        const QStringList before = itemPaths(QStringLiteral("cloudToken"));
-        QCOMPARE(before.size(), 1);
-        m_store.set(QStringLiteral("second"), QStringLiteral("cloudToken"));
-        QCOMPARE(itemPaths(QStringLiteral("cloudToken")), before); // the same item, not a new one
-        QCOMPARE(m_store.get(QStringLiteral("cloudToken")), std::optional<QString>(QStringLiteral("second")));
-    }
-
-    void neverWrittenIsAbsentButAnEmptyStringIsPresent()
-    {
-        QCOMPARE(m_store.get(QStringLiteral("neverWritten")), std::nullopt);
-        m_store.set(QString(), QStringLiteral("cloudEmail"));
-        const std::optional<QString> empty = m_store.get(QStringLiteral("cloudEmail"));
-        QVERIFY(empty.has_value());
-        QCOMPARE(*empty, QString());
-        QCOMPARE(itemPaths(QStringLiteral("cloudEmail")).size(), 1);
-    }
-
-    void accountsAreIndependent()
-    {
-        m_store.set(QStringLiteral("tok"), QStringLiteral("cloudToken"));
-        m_store.set(QStringLiteral("DEVICE-1"), QStringLiteral("cloudDeviceID"));
-        m_store.remove(QStringLiteral("cloudToken"));
-        QCOMPARE(m_store.get(QStringLiteral("cloudToken")), std::nullopt);
-        QCOMPARE(m_store.get(QStringLiteral("cloudDeviceID")), std::optional<QString>(QStringLiteral("DEVICE-1")));
-    }
-
-    void removingAMissingItemIsHarmless()
-    {
-        m_store.remove(QStringLiteral("neverWritten"));
-        QCOMPARE(m_store.get(QStringLiteral("neverWritten")), std::nullopt);
-    }
-
-    void anotherServiceDoesNotSeeTheItems()
-    {
-        m_store.set(QStringLiteral("tok"), QStringLiteral("cloudToken"));
-        KeychainStore other(QStringLiteral("com.example.Other"));
-        QCOMPARE(other.get(QStringLiteral("cloudToken")), std::nullopt);
-    }
-
-    void callableFromAnyThread()
-    {
-        m_store.set(QStringLiteral("main"), QStringLiteral("cloudToken"));
-        std::optional<QString> seen;
-        QThread *thread = QThread::create([&] { seen = m_store.get(QStringLiteral("cloudToken")); });
+        QCOMPARE(m_store.get("neverWritten"), std::nullopt);
+        m_store.set(QString(), "cloudEmail");
+        QCOMPARE(m_store.get("cloudEmail"), std::optional(QString()));
+        m_store.set("tok-äß-✓", "cloudToken");
+        QCOMPARE(m_store.get("cloudToken"), std::optional<QString>("tok-äß-✓"));
+        QCOMPARE(KeychainStore("com.example.Other").get("cloudToken"), std::nullopt);
+        const QStringList paths = itemPaths("cloudToken");
+        QCOMPARE(paths.size(), 1);
+        m_store.set("second", "cloudToken");
+        QCOMPARE(itemPaths("cloudToken"), paths); // updated in place, not a second item
+        std::optional<QString> seen; // read from another thread
+        std::unique_ptr<QThread> thread(QThread::create([&] { seen = m_store.get("cloudToken"); }));
         thread->start();
         QVERIFY(thread->wait(15000));
-        delete thread;
-        QCOMPARE(seen, std::optional<QString>(QStringLiteral("main")));
+        QCOMPARE(seen, std::optional<QString>("second"));
+        m_store.remove("cloudToken");
+        QCOMPARE(m_store.get("cloudToken"), std::nullopt);
+        QVERIFY(itemPaths("cloudToken").isEmpty());
+        m_store.set(std::nullopt, "cloudEmail"); // an absent value removes the item
+        QCOMPARE(m_store.get("cloudEmail"), std::nullopt);
+        m_store.remove("neverWritten"); // harmless
     }
-
-private:
-    KeychainStore m_store{service};
 };
 
 QTEST_GUILESS_MAIN(KeychainStoreIntegrationTest)

@@ -1,5 +1,5 @@
 #pragma once
-// The browser's part of a sign-in at the reference server (Part 6.1), driven over HTTP: it
+// The browser's part of a sign-in at the reference server, driven over HTTP: it
 // loads the sign-in page that the application opened, submits the page's form with an e-mail
 // address and returns where the form redirects, stashwell://auth?code=…&state=… (an empty URL
 // when a step fails). The form is posted back to the page's own address.
