@@ -2,6 +2,7 @@
 
 #include <QJsonObject>
 #include <QTcpSocket>
+#include <algorithm>
 #include <sys/socket.h>
 
 namespace {
@@ -35,12 +36,25 @@ void HttpConnection::onReadyRead()
             m_timer.start(std::min<qint64>(lingerIdleMs, std::max<qint64>(0, lingerTotalMs - m_lingerClock.elapsed())));
         return;
     }
-    m_timer.start(m_options.idleTimeoutMs);
+    if (!m_requestClock.isValid() && m_socket->bytesAvailable() > 0)
+        m_requestClock.start();
     // Read in slices so one huge burst is checked against the limits as it arrives.
     while (m_socket->bytesAvailable() > 0 && !m_closing) {
         m_buffer += m_socket->read(readChunk);
         processBuffer();
     }
+    if (!m_closing)
+        armTimer();
+}
+
+void HttpConnection::armTimer()
+{
+    // Each byte restarts the idle wait, but a request must also arrive whole within the
+    // request timeout of its first byte, however slowly it trickles in.
+    qint64 wait = m_options.idleTimeoutMs;
+    if (m_requestClock.isValid())
+        wait = std::clamp<qint64>(m_options.requestTimeoutMs - m_requestClock.elapsed(), 0, wait);
+    m_timer.start(static_cast<int>(wait));
 }
 
 void HttpConnection::processBuffer()
@@ -60,6 +74,10 @@ void HttpConnection::processBuffer()
         }
         m_continueSent = false;
         answer(m_parser.takeRequest());
+        if (m_buffer.isEmpty())
+            m_requestClock.invalidate();
+        else
+            m_requestClock.start(); // the rest begins the next request
     }
 }
 
@@ -109,6 +127,7 @@ void HttpConnection::startLingering()
 
 void HttpConnection::onTimeout()
 {
+    // Out of time with part of a request received: say so. Idle, or only blank lines: just close.
     if (!m_lingering && !m_closing && !m_parser.idle()) {
         answerError(408, QStringLiteral("request not completed in time"));
         return;

@@ -7,7 +7,7 @@
 class QTcpSocket;
 
 // One client connection: reads requests, answers them in order, and closes on request,
-// on a framing error or when idle. After an error answer it keeps reading and discarding
+// on a framing error, when idle or when a request takes too long to arrive. After an error answer it keeps reading and discarding
 // for a moment ("lingering close"), so the client receives the answer rather than a reset.
 class HttpConnection : public QObject {
     Q_OBJECT
@@ -20,6 +20,7 @@ signals:
 
 private:
     void onReadyRead();
+    void armTimer();
     void processBuffer();
     void answer(const HttpRequest &request);
     void answerError(int status, const QString &message);
@@ -35,6 +36,7 @@ private:
     QByteArray m_buffer;
     QTimer m_timer;
     QElapsedTimer m_lingerClock;
+    QElapsedTimer m_requestClock; // runs from the first byte of a request until it is complete
     bool m_closing = false;   // the last answer said "Connection: close"
     bool m_lingering = false; // write side shut; discarding input until the peer goes
     bool m_continueSent = false;

@@ -21,13 +21,19 @@ bool HttpServer::listen(const QHostAddress &address, quint16 port)
 void HttpServer::acceptPending()
 {
     while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        if (m_open >= m_options.maxConnections) {
+        const QHostAddress peer = socket->peerAddress();
+        if (m_open >= m_options.maxConnections || m_openPerAddress.value(peer) >= m_options.maxConnectionsPerAddress) {
             socket->abort();
             socket->deleteLater();
             continue;
         }
         ++m_open;
+        ++m_openPerAddress[peer];
         auto *connection = new HttpConnection(socket, m_options, m_handler, this);
-        connect(connection, &HttpConnection::closed, this, [this] { --m_open; });
+        connect(connection, &HttpConnection::closed, this, [this, peer] {
+            --m_open;
+            if (--m_openPerAddress[peer] == 0)
+                m_openPerAddress.remove(peer);
+        });
     }
 }

@@ -41,10 +41,12 @@ bool ServerOptions::parse(const QStringList &arguments, QString *error)
     const QCommandLineOption accessCode(QStringLiteral("access-code"), QStringLiteral("Ask for this code on the sign-in page (also STASHWELL_SERVER_ACCESS_CODE)."), QStringLiteral("code"));
     const QCommandLineOption maxBody(QStringLiteral("max-body"), QStringLiteral("Largest request body in bytes (default 4194304)."), QStringLiteral("bytes"), QStringLiteral("4194304"));
     const QCommandLineOption idle(QStringLiteral("idle-timeout"), QStringLiteral("Seconds before an idle or stalled connection is closed (default 30)."), QStringLiteral("seconds"), QStringLiteral("30"));
+    const QCommandLineOption requestTimeout(QStringLiteral("request-timeout"), QStringLiteral("Seconds to receive a whole request from its first byte, else 408 (default 10)."), QStringLiteral("seconds"), QStringLiteral("10"));
+    const QCommandLineOption perAddress(QStringLiteral("max-connections-per-address"), QStringLiteral("Open connections allowed from one client address; more are closed at once (default 16)."), QStringLiteral("n"), QStringLiteral("16"));
     const QCommandLineOption testMode(QStringLiteral("test-mode"), QStringLiteral("Serve GET /test/received for tests."));
     const QCommandLineOption quietOption(QStringLiteral("quiet"), QStringLiteral("Do not log requests."));
     const QCommandLineOption dump(QStringLiteral("dump"), QStringLiteral("Print stored uploads (improve, crash, testlog or all) as JSON lines and exit."), QStringLiteral("kind"));
-    parser.addOptions({listen, port, db, scheme, lifetime, accessCode, maxBody, idle, testMode, quietOption, dump});
+    parser.addOptions({listen, port, db, scheme, lifetime, accessCode, maxBody, idle, requestTimeout, perAddress, testMode, quietOption, dump});
     parser.process(arguments);
 
     qint64 number = 0;
@@ -71,6 +73,16 @@ bool ServerOptions::parse(const QStringList &arguments, QString *error)
         return false;
     }
     idleTimeoutMs = static_cast<int>(number) * 1000;
+    if (!parseNumber(parser.value(requestTimeout), 1, 3600, &number)) {
+        *error = QStringLiteral("--request-timeout: expected 1 to 3600 seconds");
+        return false;
+    }
+    requestTimeoutMs = static_cast<int>(number) * 1000;
+    if (!parseNumber(parser.value(perAddress), 1, 256, &number)) {
+        *error = QStringLiteral("--max-connections-per-address: expected 1 to 256");
+        return false;
+    }
+    maxConnectionsPerAddress = static_cast<int>(number);
     static const QRegularExpression schemeSyntax(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*$"));
     service.callbackScheme = parser.value(scheme);
     if (!schemeSyntax.match(service.callbackScheme).hasMatch()) {

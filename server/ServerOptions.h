@@ -11,6 +11,8 @@ struct ServerOptions {
     QString databasePath;
     qint64 maxBodyBytes = 4 * 1024 * 1024;
     int idleTimeoutMs = 30000;
+    int requestTimeoutMs = 10000;
+    int maxConnectionsPerAddress = 16;
     bool quiet = false;
     QString dumpKind; // non-empty: print the stored uploads of this kind ("all" for every kind) and exit
     ServiceConfig service;

@@ -82,6 +82,8 @@ int main(int argc, char *argv[])
     HttpServer::Options serverOptions;
     serverOptions.limits.maxBodyBytes = options.maxBodyBytes;
     serverOptions.idleTimeoutMs = options.idleTimeoutMs;
+    serverOptions.requestTimeoutMs = options.requestTimeoutMs;
+    serverOptions.maxConnectionsPerAddress = options.maxConnectionsPerAddress;
     const bool quiet = options.quiet;
     HttpServer server(serverOptions, [&router, quiet](const HttpRequest &request) {
         QElapsedTimer clock;
