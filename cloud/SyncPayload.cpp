@@ -74,10 +74,16 @@ SyncPayload SyncPayload::from(const AppSettings &s)
 
 void SyncPayload::apply(AppSettings &s) const
 {
-    s.setLanguageCode(languageCode);
-    if (historyLimit)
+    // A value this version does not offer (sent by a broken or newer client) is left out, so
+    // that a synchronised limit of 0 can never prune the whole history.
+    const auto offered = [](const char *key, const QJsonValue &value) {
+        return AppSettings::expectedType(QLatin1String(key), value).isEmpty();
+    };
+    if (!languageCode || offered("languageCode", *languageCode))
+        s.setLanguageCode(languageCode);
+    if (historyLimit && offered("historyLimit", *historyLimit))
         s.setHistoryLimit(*historyLimit);
-    if (historyRetentionDays)
+    if (historyRetentionDays && offered("historyRetentionDays", *historyRetentionDays))
         s.setHistoryRetentionDays(*historyRetentionDays);
     if (moveToTopOnPaste)
         s.setMoveToTopOnPaste(*moveToTopOnPaste);
