@@ -6,40 +6,77 @@
 #include "common/Graphemes.h"
 
 #include <QBuffer>
-#include <algorithm>
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
+#include <algorithm>
 
 HistoryStore::HistoryStore(const QString &dir, AppSettings &settings, Clock &clock, RecordUsage record,
-                           QObject *parent)
+                           std::function<void(const QString &)> log, QObject *parent)
     : QObject(parent)
     , m_dir(dir)
     , m_settings(settings)
     , m_clock(clock)
     , m_record(std::move(record))
+    , m_log(std::move(log))
 {
     m_saveTimer.setSingleShot(true);
-    m_saveTimer.setInterval(saveDelayMs);
     connect(&m_saveTimer, &QTimer::timeout, this, &HistoryStore::saveNow);
     FileSafety::ensurePrivateDir(m_dir);
     FileSafety::ensurePrivateDir(blobsDir());
     FileSafety::ensurePrivateDir(thumbsDir());
-    load();
+    if (load())
+        removeOrphanedSideFiles(); // not beside a file kept aside: its entries may still want them
     prune();
 }
 
-void HistoryStore::load()
+// False when there was a history file that could not be used; it is then kept aside.
+bool HistoryStore::load()
 {
     QFile file(fileURL());
     if (!file.open(QIODevice::ReadOnly))
-        return; // first start
-    const QByteArray json = file.readAll();
+        return true; // first start
+    // A file this large is not one Stashwell wrote: reading it would cost seconds and as much memory.
+    std::optional<QList<ClipItem>> items;
+    if (file.size() <= maxHistoryFileBytes)
+        items = decode(file.readAll());
     file.close();
-    if (auto items = decode(json))
+    if (items) {
         m_items = std::move(*items);
-    else
-        FileSafety::keepAside(fileURL()); // start empty; the unreadable file is kept beside it
+        return true;
+    }
+    const QString aside = FileSafety::keepAside(fileURL()); // start empty; the file is kept beside it
+    log(QStringLiteral("History: %1 could not be read; kept aside as %2").arg(fileURL(), aside));
+    return false;
+}
+
+// Side files are written before their entry is saved; a process killed in between leaves them
+// behind. Only "<entry id>.<type>" files in the two side-file folders are considered.
+void HistoryStore::removeOrphanedSideFiles()
+{
+    QSet<QString> ids;
+    for (const ClipItem &item : std::as_const(m_items))
+        ids.insert(item.idString());
+    static const QRegularExpression sideFile(
+        QStringLiteral("^([0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12})\\.(?:txt|rtf|html|png)$"));
+    int removed = 0;
+    for (const QString &dir : {blobsDir(), thumbsDir()}) {
+        for (const QString &name : QDir(dir).entryList(QDir::Files)) {
+            const QRegularExpressionMatch match = sideFile.match(name);
+            if (match.hasMatch() && !ids.contains(match.captured(1)) && QFile::remove(dir + QLatin1Char('/') + name))
+                ++removed;
+        }
+    }
+    if (removed)
+        log(QStringLiteral("History: removed %1 side files of entries that were never saved").arg(removed));
+}
+
+void HistoryStore::log(const QString &line)
+{
+    if (m_log)
+        m_log(line);
 }
 
 QString HistoryStore::blobPath(const ClipItem &item, const char *ext) const
@@ -130,6 +167,21 @@ void HistoryStore::ingest(const ClipCapture &capture)
     const QByteArray utf8 = capture.text ? capture.text->toUtf8() : QByteArray();
     const bool eligible = (capture.kind == ClipKind::text || capture.kind == ClipKind::link) && !hasAttachments(capture)
         && capture.text && !capture.text->isEmpty() && utf8.size() <= maxInlineTextBytes;
+    ClipItem item;
+    item.id = QUuid::createUuid();
+    item.kind = capture.kind;
+    if (!writeAttachments(item, capture)) {
+        removeBlobs(item);
+        log(QStringLiteral("History: a copy was not recorded, its side files could not be written to %1").arg(blobsDir()));
+        setWriteFailing(true);
+        return;
+    }
+    item.text = capture.text;
+    if (!moveTextToBlob(item)) {
+        m_pendingTextBlobs.insert(item.id);
+        log(QStringLiteral("History: a long text stays whole in memory, its side file could not be written"));
+        setWriteFailing(true);
+    }
     double burstStart = now;
     if (eligible && !m_items.isEmpty() && coalesces(m_items.first(), capture, now)) {
         burstStart = m_burstStartedAt;
@@ -138,30 +190,6 @@ void HistoryStore::ingest(const ClipCapture &capture)
                      {{QStringLiteral("sourceApp"), capture.sourceAppBundleID.value_or(QStringLiteral("?"))}});
         removeBlobs(m_items.first());
         m_items.removeFirst();
-    }
-
-    ClipItem item;
-    item.id = QUuid::createUuid();
-    item.kind = capture.kind;
-    if (capture.text && utf8.size() > maxInlineTextBytes) {
-        FileSafety::writeAtomically(blobPath(item, "txt"), utf8);
-        item.text = Graphemes::left(*capture.text, blobTextPrefix);
-        item.hasTextBlob = true;
-    } else {
-        item.text = capture.text;
-    }
-    if (capture.rtfData)
-        FileSafety::writeAtomically(blobPath(item, "rtf"), *capture.rtfData);
-    if (capture.htmlData)
-        FileSafety::writeAtomically(blobPath(item, "html"), *capture.htmlData);
-    if (capture.imageData) {
-        FileSafety::writeAtomically(blobPath(item, "png"), *capture.imageData);
-        const QImage image = QImage::fromData(*capture.imageData);
-        if (!image.isNull()) {
-            item.pixelWidth = image.width();
-            item.pixelHeight = image.height();
-            writeThumbnail(item, image);
-        }
     }
     item.sourceAppBundleID = capture.sourceAppBundleID;
     item.sourceAppName = capture.sourceAppName;
@@ -187,6 +215,53 @@ void HistoryStore::ingest(const ClipCapture &capture)
     emit itemsChanged();
     prune();
     scheduleSave();
+}
+
+// The formatted texts and the image go to side files; false when one could not be written.
+bool HistoryStore::writeAttachments(ClipItem &item, const ClipCapture &capture)
+{
+    if (capture.rtfData && !FileSafety::writeAtomically(blobPath(item, "rtf"), *capture.rtfData))
+        return false;
+    if (capture.htmlData && !FileSafety::writeAtomically(blobPath(item, "html"), *capture.htmlData))
+        return false;
+    if (!capture.imageData)
+        return true;
+    if (!FileSafety::writeAtomically(blobPath(item, "png"), *capture.imageData))
+        return false;
+    const QImage image = QImage::fromData(*capture.imageData);
+    if (!image.isNull()) {
+        item.pixelWidth = image.width();
+        item.pixelHeight = image.height();
+        writeThumbnail(item, image); // without it the entry only lacks a preview
+    }
+    return true;
+}
+
+// A text over 16 KiB goes to its side file and the entry keeps its first 4,096 characters.
+// False when the file could not be written: the entry then still holds the whole text.
+bool HistoryStore::moveTextToBlob(ClipItem &item)
+{
+    const QByteArray utf8 = item.text ? item.text->toUtf8() : QByteArray();
+    if (utf8.size() <= maxInlineTextBytes)
+        return true;
+    if (!FileSafety::writeAtomically(blobPath(item, "txt"), utf8))
+        return false;
+    item.text = Graphemes::left(*item.text, blobTextPrefix);
+    item.hasTextBlob = true;
+    return true;
+}
+
+// Retries the side files of long texts kept whole; true once none is left.
+bool HistoryStore::writePendingTextBlobs()
+{
+    for (auto it = m_pendingTextBlobs.begin(); it != m_pendingTextBlobs.end();) {
+        const qsizetype i = indexOf(*it);
+        if (i >= 0 && !moveTextToBlob(m_items[i]))
+            ++it;
+        else
+            it = m_pendingTextBlobs.erase(it);
+    }
+    return m_pendingTextBlobs.isEmpty();
 }
 
 void HistoryStore::writeThumbnail(const ClipItem &item, const QImage &image)
@@ -320,15 +395,39 @@ void HistoryStore::clear(bool keepPinned)
     scheduleSave();
 }
 
+// Each change restarts the 0.5 s wait, but never past maxSaveDelayMs after the oldest unsaved one.
 void HistoryStore::scheduleSave()
 {
-    m_saveTimer.start(); // restarts a pending save
+    const double now = m_clock.uptime();
+    if (!m_unsavedSince)
+        m_unsavedSince = now;
+    const int left = maxSaveDelayMs - qRound((now - *m_unsavedSince) * 1000);
+    if (left <= 0)
+        saveNow();
+    else
+        m_saveTimer.start(std::min(saveDelayMs, left));
 }
 
 void HistoryStore::saveNow()
 {
     m_saveTimer.stop();
-    FileSafety::writeAtomically(fileURL(), encode(m_items));
+    m_unsavedSince.reset();
+    const bool blobsWritten = writePendingTextBlobs();
+    const bool saved = FileSafety::writeAtomically(fileURL(), encode(m_items));
+    setWriteFailing(!blobsWritten || !saved);
+    if (m_writeFailing)
+        m_saveTimer.start(retryDelayMs); // the history is still whole in memory
+}
+
+// The user is told once when writing starts failing, and again when it works.
+void HistoryStore::setWriteFailing(bool failing)
+{
+    if (failing == m_writeFailing)
+        return;
+    m_writeFailing = failing;
+    log(failing ? QStringLiteral("History: cannot write to %1 (disk full or read-only?), retrying").arg(m_dir)
+                : QStringLiteral("History: saved again"));
+    emit writeFailingChanged(failing);
 }
 
 QByteArray HistoryStore::encode(const QList<ClipItem> &items)

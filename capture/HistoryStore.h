@@ -7,8 +7,10 @@
 #include <QImage>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 #include <QUuid>
+#include <functional>
 #include <optional>
 
 class AppSettings;
@@ -22,10 +24,16 @@ public:
     static constexpr qsizetype blobTextPrefix = 4096;    // characters kept in the entry
     static constexpr int thumbnailSide = 320;
     static constexpr int saveDelayMs = 500;
+    // However fast copies come, a change waits at most this long for its save, which
+    // leaves room for a slow disk to have it written within 2 s.
+    static constexpr int maxSaveDelayMs = 1500;
+    static constexpr int retryDelayMs = 5000;                 // after a failed save
+    static constexpr qint64 maxHistoryFileBytes = 268435456; // 256 MiB; a larger file is not read
 
-    // Loads `<dir>/history.json` (an undecodable one is kept aside) and prunes once.
+    // Loads `<dir>/history.json` (an undecodable or oversized one is kept aside), removes side
+    // files no entry refers to, and prunes once. `log` writes a line to the tester log.
     HistoryStore(const QString &dir, AppSettings &settings, Clock &clock, RecordUsage record = {},
-                 QObject *parent = nullptr);
+                 std::function<void(const QString &)> log = {}, QObject *parent = nullptr);
     static HistoryStore &shared();
 
     const QList<ClipItem> &items() const { return m_items; }
@@ -49,6 +57,8 @@ public:
 
     void scheduleSave();
     void saveNow();
+    // True from a failed write (disk full, read-only) until the next save that succeeds.
+    bool writeFailing() const { return m_writeFailing; }
 
     // Serialisation of a whole history file; nullopt when it does not decode.
     static QByteArray encode(const QList<ClipItem> &items);
@@ -56,19 +66,30 @@ public:
 
 signals:
     void itemsChanged();
+    void writeFailingChanged(bool failing);
 
 private:
     bool coalesces(const ClipItem &item, const ClipCapture &capture, double now) const;
+    bool writeAttachments(ClipItem &item, const ClipCapture &capture);
+    bool moveTextToBlob(ClipItem &item);
+    bool writePendingTextBlobs();
     void writeThumbnail(const ClipItem &item, const QImage &image);
+    void setWriteFailing(bool failing);
     qsizetype indexOf(const QUuid &id) const;
-    void load();
+    bool load();
+    void removeOrphanedSideFiles();
+    void log(const QString &line);
 
     QString m_dir;
     AppSettings &m_settings;
     Clock &m_clock;
     RecordUsage m_record;
+    std::function<void(const QString &)> m_log;
     QList<ClipItem> m_items;
     QTimer m_saveTimer;
+    std::optional<double> m_unsavedSince; // uptime of the oldest change not yet saved
+    QSet<QUuid> m_pendingTextBlobs;       // long texts still whole in memory, their side file not written
+    bool m_writeFailing = false;
     QCache<QUuid, QImage> m_thumbCache{64 * 1024 * 1024}; // cost = bytes
     std::optional<QUuid> m_burstItemID;
     double m_burstStartedAt = 0;

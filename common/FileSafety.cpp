@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
+#include <unistd.h>
 
 namespace FileSafety {
 
@@ -20,8 +21,10 @@ bool writeAtomically(const QString &path, const QByteArray &bytes)
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
+    // A full disk may only show when the buffer is flushed or synced, and commit() would still
+    // rename the short file over the old one: every step is checked before it.
+    if (file.write(bytes) != bytes.size() || !file.flush() || ::fsync(file.handle()) != 0) {
+        file.cancelWriting(); // the temporary file is discarded, the old file stays as it was
         return false;
     }
     return file.commit();

@@ -7,7 +7,8 @@
 namespace FileSafety {
 // Creates `path` and its parents as needed and restricts it to the owner.
 bool ensurePrivateDir(const QString &path);
-// Writes `bytes` to a temporary file beside `path`, then renames it over `path`.
+// Writes `bytes` to a temporary file beside `path`, then renames it over `path`. False, with
+// `path` untouched, unless every byte reached the disk.
 bool writeAtomically(const QString &path, const QByteArray &bytes);
 // Renames a file that could not be understood to `<path>.broken-<UTC time>`,
 // so the next save cannot destroy what the user had. Returns the new name.

@@ -20,6 +20,17 @@ HistoryTab::HistoryTab(SettingsServices &services, QWidget *parent)
     AppSettings &settings = services.settings;
     HistoryStore &store = services.store;
 
+    // Shown while the history cannot be written (a full or read-only disk).
+    auto *failure = new SettingsRow(string("hist.saveFailed"), string("hist.saveFailedSub"));
+    QPalette warning = failure->titleLabel()->palette();
+    warning.setColor(QPalette::WindowText, PillTheme::warning());
+    failure->titleLabel()->setPalette(warning);
+    SettingsCard *failureCard = addCard();
+    failureCard->setObjectName(QStringLiteral("saveFailed"));
+    failureCard->addRow(failure);
+    failureCard->setVisible(store.writeFailing());
+    connect(&store, &HistoryStore::writeFailingChanged, failureCard, &QWidget::setVisible);
+
     SettingsCard *sizes = addCard();
     auto *limit = new MSDropdown(limitOptions(services.l10n, settings.historyLimit()), settings.historyLimit(),
                                  [&settings, &store](const QVariant &value) {

@@ -1,11 +1,37 @@
-// The history store: de-duplication, bursts of growing selections, limits, side files, the file.
+// The history store: de-duplication, bursts of growing selections, limits, side files, the file
+// and its failures (a file-size limit makes writes really fail).
 #include "common/FileSafety.h"
 #include "fakes/StoreFixture.h"
 #include "fakes/TestFiles.h"
 
 #include <QDir>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QtTest>
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+// While the returned guard lives, this process's files cannot grow past `bytes`: writes fail with EFBIG.
+auto fileSizeLimit(rlim_t bytes)
+{
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limited{bytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limited);
+    return qScopeGuard([before] { setrlimit(RLIMIT_FSIZE, &before); });
+}
+
+long peakMemoryKiB()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+} // namespace
 
 // Two copies from one application `gap` seconds apart, unless `variant` says otherwise.
 struct Burst {
@@ -161,6 +187,59 @@ private slots:
         QVERIFY(ownerOnly(store().fileURL()) && ownerOnly(f->dir()) && ownerOnly(store().blobsDir()));
     }
 
+    void savesWaitAtMostOneAndAHalfSecondsHoweverFastCopiesCome()
+    {
+        for (int i = 0; i < 4; ++i) { // each restarts the 0.5 s wait
+            ingest(QStringLiteral("copy %1").arg(i), QString::number(i));
+            f->clock.advance(0.4);
+        }
+        QVERIFY(!QFile::exists(store().fileURL()));
+        ingest("copy 4", "4"); // 1.6 s after the first
+        QCOMPARE(QJsonDocument::fromJson(readFile(store().fileURL())).array().size(), 5);
+    }
+
+    void aWriteThatFailsKeepsTheOldFileAndTheWholeTextUntilSavingWorks()
+    {
+        ingest("saved");
+        store().saveNow();
+        const QByteArray saved = readFile(store().fileURL());
+        QSignalSpy failing(&store(), &HistoryStore::writeFailingChanged);
+        const QString longText(20000, QLatin1Char('l'));
+        {
+            const auto limit = fileSizeLimit(1024);
+            QVERIFY(!FileSafety::writeAtomically(store().fileURL(), QByteArray(2000, 'n'))); // fails when flushed
+            store().ingest(StoreFixture::image(1000, 1000)); // its side file fails: not recorded
+            ingest(longText, "long");                      // its side file fails: kept whole
+            store().saveNow();
+        }
+        QCOMPARE(readFile(store().fileURL()), saved);
+        QCOMPARE(texts(), QStringList({longText, "saved"}));
+        QVERIFY(store().writeFailing() && failing.size() == 1);
+        store().saveNow();
+        QVERIFY(!store().writeFailing() && failing.size() == 2);
+        QCOMPARE(*store().items()[0].text, longText.left(HistoryStore::blobTextPrefix));
+        QCOMPARE(readFile(store().blobPath(store().items()[0], "txt")), longText.toUtf8());
+        QCOMPARE(QDir(f->dir()).entryList(QDir::Files), QStringList{"history.json"}); // no temporary file left
+    }
+
+    void sideFilesNoSavedEntryRefersToAreRemovedAtLoad()
+    {
+        store().ingest(StoreFixture::image(5, 5));
+        store().saveNow();
+        const ClipItem kept = store().items()[0];
+        store().ingest(StoreFixture::image(6, 6)); // never saved: the process ends first
+        const ClipItem lost = store().items()[0];
+        const QString other = store().blobsDir() + QStringLiteral("/notes.txt");
+        QVERIFY(writeFile(other, "not ours"));
+        f->reopen();
+        QVERIFY(QFile::exists(store().blobPath(kept, "png")) && QFile::exists(store().thumbPath(kept)));
+        QVERIFY(!QFile::exists(store().blobPath(lost, "png")) && !QFile::exists(store().thumbPath(lost)));
+        QVERIFY(QFile::exists(other));
+        QVERIFY(writeFile(store().fileURL(), "{broken"));
+        f->reopen(); // the file kept aside may still be recovered with its side files
+        QVERIFY(QFile::exists(store().blobPath(kept, "png")));
+    }
+
     void historyRoundTripsThroughTheFileAndIsPrunedOnLoad()
     {
         ingest("first");
@@ -193,6 +272,14 @@ private slots:
             QCOMPARE(aside.size(), 1);
             QCOMPARE(readFile(f->dir() + QLatin1Char('/') + aside[0]), json);
         }
+        init();
+        QFile huge(store().fileURL());
+        QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(HistoryStore::maxHistoryFileBytes + 1)); // sparse
+        huge.close();
+        const long peak = peakMemoryKiB();
+        f->reopen();
+        QVERIFY(peakMemoryKiB() - peak < 65536); // kept aside without reading its 256 MiB
+        QCOMPARE(QDir(f->dir()).entryList({"history.json.broken-*"}).size(), 1);
     }
 
     void sideFilesGoWithTheirEntryAndClearKeepsPinnedInOrder()
