@@ -18,6 +18,9 @@ constexpr Verb verbs[] = {
     {"quit", ShellCommand::Kind::quit},     {"url", ShellCommand::Kind::openURL}, {"launch", ShellCommand::Kind::launch},
     {"config", ShellCommand::Kind::config}, {"sign-in", ShellCommand::Kind::signIn},
     {"sign-out", ShellCommand::Kind::signOut},
+#ifdef STASHWELL_TEST_HOOKS
+    {"test-widgets", ShellCommand::Kind::shownWidgets},
+#endif
 };
 
 std::optional<ShellCommand::Kind> kindNamed(const QString &name)
@@ -54,7 +57,8 @@ std::optional<int> positiveNumber(const QString &text)
 
 bool ShellCommand::needsRunningInstance() const
 {
-    return kind == Kind::list || kind == Kind::paste || kind == Kind::quit || kind == Kind::config;
+    return kind == Kind::list || kind == Kind::paste || kind == Kind::quit || kind == Kind::config ||
+           kind == Kind::shownWidgets;
 }
 
 bool ShellCommand::isLocal() const
@@ -212,9 +216,15 @@ QString usage()
         "  stashwell://...  hand a sign-in callback URL to Stashwell\n"
         "\n"
         "toggle, show, pause, resume, sign-in, sign-out and URLs start Stashwell when it is\n"
-        "not running; list, paste, quit and config then fail with exit status 1.\n"
+        "not running; list, paste and quit then fail with exit status 1, and config reads and\n"
+        "writes the preferences file itself.\n"
         "  -h, --help     this text\n"
         "  -v, --version  the version\n");
+}
+
+QString errorText(const QString &reason)
+{
+    return QStringLiteral("stashwell: %1\nTry `stashwell --help` for the commands.\n").arg(reason);
 }
 
 QJsonValue configValue(const QString &text)

@@ -10,7 +10,8 @@
 
 struct ShellCommand {
     enum class Kind {
-        launch, toggle, show, pause, resume, list, paste, quit, openURL, config, signIn, signOut, help, version
+        launch, toggle, show, pause, resume, list, paste, quit, openURL, config, signIn, signOut, help, version,
+        shownWidgets // `stashwell test-widgets`, in test-hook builds only: what the windows show
     };
 
     Kind kind = Kind::launch;
@@ -20,7 +21,8 @@ struct ShellCommand {
     QJsonValue value{QJsonValue::Undefined}; // config: the value to set; undefined to print
     bool confirmed = false; // config: --yes, the value may delete history entries
 
-    // list, paste, quit and config only make sense for an instance that already runs.
+    // list, paste, quit and config do not start an instance; without one, config works on the
+    // preferences file itself (SingleInstance::claim) and the others fail.
     bool needsRunningInstance() const;
     // Handled by the process itself, never forwarded (help, version).
     bool isLocal() const;
@@ -49,6 +51,8 @@ QStringList arguments(int argc, char **argv);
 Parsed parse(const QStringList &arguments);
 
 QString usage();
+// What a wrong command line prints: the reason and where the usage is.
+QString errorText(const QString &reason);
 
 // A VALUE of `stashwell config KEY VALUE`: JSON (true, 12, "text", ["a", "b"], null) when it
 // is one JSON value, else the text itself as a string (a bare word: de).

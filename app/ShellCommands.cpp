@@ -7,6 +7,12 @@
 #include "common/SingleLine.h"
 #include "palette/PaletteController.h"
 
+#include <QAbstractButton>
+#include <QApplication>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLabel>
 #include <QLoggingCategory>
 #include <QTimer>
 #include <algorithm>
@@ -23,6 +29,35 @@ ShellReply usageError(const QString &message)
 {
     return {false, message + QLatin1Char('\n'), true};
 }
+
+#ifdef STASHWELL_TEST_HOOKS
+// For end-to-end tests: every shown window (object name, size) with its shown labels and
+// buttons: object name, text, geometry in the window and the height the widget needs there.
+QString shownWidgets()
+{
+    QJsonArray windows;
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (!window->isVisible())
+            continue;
+        QJsonArray widgets;
+        for (QWidget *widget : window->findChildren<QWidget *>()) {
+            const auto *label = qobject_cast<QLabel *>(widget);
+            const auto *button = qobject_cast<QAbstractButton *>(widget);
+            if ((!label && !button) || !widget->isVisible())
+                continue;
+            const QPoint at = widget->mapTo(window, QPoint());
+            const int needed = widget->hasHeightForWidth() ? widget->heightForWidth(widget->width())
+                                                           : widget->minimumSizeHint().height();
+            widgets.append(QJsonObject{{"name", widget->objectName()}, {"text", label ? label->text() : button->text()},
+                                       {"x", at.x()}, {"y", at.y()}, {"width", widget->width()},
+                                       {"height", widget->height()}, {"neededHeight", needed}});
+        }
+        windows.append(QJsonObject{{"name", window->objectName()}, {"width", window->width()},
+                                   {"height", window->height()}, {"widgets", widgets}});
+    }
+    return QString::fromUtf8(QJsonDocument(windows).toJson(QJsonDocument::Compact)) + QLatin1Char('\n');
+}
+#endif
 } // namespace
 
 ShellCommands::ShellCommands(HistoryStore &store, AppSettings &settings, PaletteController &palette,
@@ -78,13 +113,23 @@ ShellReply ShellCommands::run(const ShellCommand &command)
         if (m_actions.openURL)
             m_actions.openURL(command.url);
         return {};
-    case Kind::config:
-        return config(command.key, command.value, command.confirmed);
+    case Kind::config: {
+        const ShellReply reply = configure(m_settings, m_store.items(), command);
+        // As the settings window does: a smaller limit applies at once.
+        if (reply.ok && !command.value.isUndefined() &&
+            (command.key == QLatin1String("historyLimit") || command.key == QLatin1String("historyRetentionDays")))
+            m_store.prune();
+        return reply;
+    }
     case Kind::signIn:
         return signIn();
     case Kind::signOut:
         m_account.signOut();
         return {true, QStringLiteral("Signed out.\n")};
+    case Kind::shownWidgets: // parsed only in test-hook builds
+#ifdef STASHWELL_TEST_HOOKS
+        return {true, shownWidgets()};
+#endif
     case Kind::help:
     case Kind::version:
         break;
@@ -92,40 +137,46 @@ ShellReply ShellCommands::run(const ShellCommand &command)
     return {false, QStringLiteral("Not a command for the running Stashwell.\n")};
 }
 
-ShellReply ShellCommands::config(const QString &key, const QJsonValue &value, bool confirmed)
+ShellReply ShellCommands::configure(AppSettings &settings, const QList<ClipItem> &items, const ShellCommand &command)
 {
+    const QString &key = command.key;
+    const QJsonValue &value = command.value;
     if (key.isEmpty()) {
         QString text;
         for (const QString &each : AppSettings::keys())
-            text += each + QLatin1Char('\t') + json(m_settings.value(each)) + QLatin1Char('\n');
+            text += each + QLatin1Char('\t') + json(settings.value(each)) + QLatin1Char('\n');
         return {true, text};
     }
     if (!AppSettings::keys().contains(key))
         return usageError(QStringLiteral("Unknown setting: %1 (`stashwell config` lists them).").arg(singleLine(key)));
     if (value.isUndefined())
-        return {true, json(m_settings.value(key)) + QLatin1Char('\n')};
+        return {true, json(settings.value(key)) + QLatin1Char('\n')};
     const QString expected = AppSettings::expectedType(key, value);
     if (!expected.isEmpty())
         return usageError(QStringLiteral("%1 takes %2, not %3.").arg(key, expected, json(value)));
-    if (const qsizetype lost = entriesLostTo(key, value); lost > 0 && !confirmed)
+    if (const qsizetype lost = entriesLostTo(items, key, value); lost > 0 && !command.confirmed)
         return {false, QStringLiteral("historyLimit %1 deletes the %2 oldest entries (pinned ones stay). Nothing was "
                                       "changed; add --yes to go ahead.\n")
                            .arg(value.toInteger())
                            .arg(lost)};
-    m_settings.setValue(key, value);
-    // As the settings window does: a smaller limit applies at once.
-    if (key == QLatin1String("historyLimit") || key == QLatin1String("historyRetentionDays"))
-        m_store.prune();
+    settings.setValue(key, value);
     return {};
 }
 
-qsizetype ShellCommands::entriesLostTo(const QString &key, const QJsonValue &value) const
+qsizetype ShellCommands::entriesLostTo(const QList<ClipItem> &items, const QString &key, const QJsonValue &value)
 {
     if (key != QLatin1String("historyLimit"))
         return 0;
-    const QList<ClipItem> &items = m_store.items();
     const qsizetype unpinned = std::count_if(items.begin(), items.end(), [](const ClipItem &i) { return !i.pinned; });
     return qMax<qsizetype>(0, unpinned - value.toInteger());
+}
+
+QList<ClipItem> ShellCommands::savedItems(const QString &historyFile)
+{
+    QFile file(historyFile);
+    if (file.size() > HistoryStore::maxHistoryFileBytes || !file.open(QIODevice::ReadOnly))
+        return {};
+    return HistoryStore::decode(file.readAll()).value_or(QList<ClipItem>());
 }
 
 // Without a web-service root nothing is sent, so there is no sign-in.

@@ -28,11 +28,17 @@ public:
     // pinned entries not lifted), the numbering `paste N` uses. Titles are one line each.
     static QString listing(const QList<ClipItem> &items);
 
+    // `stashwell config [KEY [VALUE [--yes]]]` on `settings`, by the running instance or, while
+    // none runs, by the command itself on the preferences file. `items`: the history, for the
+    // rule that a value deleting entries needs --yes.
+    static ShellReply configure(AppSettings &settings, const QList<ClipItem> &items, const ShellCommand &command);
+    // The entries of a saved history file; none when it is missing, too large or does not decode
+    // (the next start sets such a file aside).
+    static QList<ClipItem> savedItems(const QString &historyFile);
+
 private:
-    // `stashwell config [KEY [VALUE [--yes]]]`: a value that would delete entries needs `confirmed`.
-    ShellReply config(const QString &key, const QJsonValue &value, bool confirmed);
     // How many unpinned entries setting `key` to `value` would delete at once (historyLimit only).
-    qsizetype entriesLostTo(const QString &key, const QJsonValue &value) const;
+    static qsizetype entriesLostTo(const QList<ClipItem> &items, const QString &key, const QJsonValue &value);
     ShellReply signIn();
 
     HistoryStore &m_store;

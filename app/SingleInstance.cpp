@@ -186,7 +186,8 @@ QString SingleInstance::defaultSocketPath(QString *error)
     return dir.isEmpty() ? dir : dir + QStringLiteral("/stashwell-%1-%2.sock").arg(::getuid()).arg(displayTag());
 }
 
-std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStream &out, QTextStream &err)
+std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStream &out, QTextStream &err,
+                                         const Handler &withoutInstance)
 {
     if (command.kind == ShellCommand::Kind::help) {
         out << CommandLine::usage();
@@ -206,6 +207,8 @@ std::optional<int> SingleInstance::claim(const ShellCommand &command, QTextStrea
     }
     if (const auto reply = forward(command))
         return reply->print(out, err);
+    if (command.kind == ShellCommand::Kind::config && withoutInstance)
+        return withoutInstance(command).print(out, err);
     if (command.needsRunningInstance()) {
         err << "Stashwell is not running.\n";
         return 1;

@@ -53,11 +53,13 @@ public:
     static QString defaultSocketPath(QString *error = nullptr);
 
     // The start of main(), before the application object: help and version are answered
-    // here; any other command goes to the running instance when there is one. Returns the
-    // exit code when this process is done; nullopt when it is to become the running
-    // instance: it then holds a lock until listen(), so that two processes started together
-    // cannot both start.
-    std::optional<int> claim(const ShellCommand &command, QTextStream &out, QTextStream &err);
+    // here; any other command goes to the running instance when there is one, else `config`
+    // to `withoutInstance` when given (the preferences file itself; under the lock, so that
+    // an instance starting meanwhile reads what it wrote). Returns the exit code when this
+    // process is done; nullopt when it is to become the running instance: it then holds a
+    // lock until listen(), so that two processes started together cannot both start.
+    std::optional<int> claim(const ShellCommand &command, QTextStream &out, QTextStream &err,
+                             const Handler &withoutInstance = {});
 
     // Client side: the running instance's reply, nullopt when no instance listens.
     std::optional<ShellReply> forward(const ShellCommand &command, int timeoutMs = 5000) const;

@@ -7,6 +7,7 @@
 #include "capture/HistoryStore.h"
 #include "diagnostics/AppMessageLog.h"
 #include "cloud/CloudAccount.h"
+#include "common/Paths.h"
 #include "l10n/FrameworkLanguage.h"
 #include "palette/PaletteController.h"
 #include "platform/DefaultsStore.h"
@@ -23,7 +24,7 @@ int main(int argc, char *argv[])
     QTextStream out(stdout), err(stderr);
     const CommandLine::Parsed parsed = CommandLine::parse(CommandLine::arguments(argc, argv));
     if (!parsed.command) {
-        err << "stashwell: " << parsed.error << "\n\n" << CommandLine::usage();
+        err << CommandLine::errorText(parsed.error);
         return 2;
     }
     QString noSocket;
@@ -33,7 +34,13 @@ int main(int argc, char *argv[])
         return 1;
     }
     SingleInstance instance(socketPath);
-    if (const auto exitCode = instance.claim(*parsed.command, out, err))
+    // `stashwell config` while none runs: the same settings code and checks on the saved files.
+    const auto configWithoutInstance = [](const ShellCommand &command) {
+        return ShellCommands::configure(AppSettings::shared(), ShellCommands::savedItems(Paths::historyDir() +
+                                                                                        QStringLiteral("/history.json")),
+                                        command);
+    };
+    if (const auto exitCode = instance.claim(*parsed.command, out, err, configWithoutInstance))
         return *exitCode;
 
     AppMessageLog::install(); // keeps our own messages for the tester mode's log export

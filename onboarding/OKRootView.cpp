@@ -2,6 +2,7 @@
 
 #include "onboarding/OKViews.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -108,6 +109,9 @@ void OKRootView::refresh()
     }
     m_page = step().content ? step().content() : new QWidget;
     m_pageArea->addWidget(m_page);
+    // A widget added to a shown window stays hidden until the next turn of the event loop, and
+    // the layout leaves it out: shown now, it counts in the height reported below.
+    m_page->show();
     for (auto *row : m_page->findChildren<OKPermissionRow *>())
         connect(this, &OKRootView::ticked, row, &OKPermissionRow::refresh);
     rebuildFooter();
@@ -168,6 +172,7 @@ void OKRootView::rebuildFooter()
         m_primary->setFocus();
     }
     column->addLayout(row);
+    m_footer->show(); // filled: counts in the height at once, as the page does
     reportHeight();
 }
 
@@ -178,6 +183,16 @@ int OKRootView::measuredHeight() const
     const int height = root->hasHeightForWidth() ? root->totalHeightForWidth(OKMetrics::width)
                                                  : root->totalSizeHint().height();
     return qMin(height, m_maxContentHeight);
+}
+
+bool OKRootView::event(QEvent *event)
+{
+    const bool handled = QWidget::event(event);
+    // The layout has taken in a change of its widgets (a new page polished, a row's button
+    // swapped for its badge): the window follows the height it now needs.
+    if (event->type() == QEvent::LayoutRequest)
+        reportHeight();
+    return handled;
 }
 
 void OKRootView::reportHeight()

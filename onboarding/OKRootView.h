@@ -53,6 +53,9 @@ public:
 signals:
     void ticked();
 
+protected:
+    bool event(QEvent *event) override;
+
 private:
     // The page's button action runs first; unless it returns false, on to the next page (or done).
     void advanceUnlessHeld(const std::function<bool()> &action);

@@ -9,9 +9,11 @@
 
 namespace {
 
+// A page title ("title": tests look for it).
 QLabel *centred(const QString &text, qreal scale, QFont::Weight weight, QWidget *parent)
 {
     auto *label = new QLabel(text, parent);
+    label->setObjectName(QStringLiteral("title"));
     label->setWordWrap(true);
     label->setAlignment(Qt::AlignHCenter);
     label->setFont(SettingsText::scaled(label->font(), scale, weight));

@@ -24,12 +24,13 @@ QWidget *column(std::initializer_list<QWidget *> widgets, int spacing = 18)
 } // namespace
 
 OnboardingWindowController::OnboardingWindowController(AppSettings &settings, L10n &l10n,
-                                                       AccessibilityGrant &accessibility,
+                                                       AccessibilityGrant &accessibility, const QString &serviceHost,
                                                        OnboardingKitController::Options options, QObject *parent)
     : QObject(parent)
     , m_settings(settings)
     , m_l10n(l10n)
     , m_accessibility(accessibility)
+    , m_serviceHost(serviceHost)
     , m_options(std::move(options))
 {
     connect(&l10n, &L10n::languageChanged, this, [this] {
@@ -39,6 +40,18 @@ OnboardingWindowController::OnboardingWindowController(AppSettings &settings, L1
 }
 
 QString OnboardingWindowController::text(const char *key) const { return m_l10n.string(QString::fromLatin1(key)); }
+
+QWidget *OnboardingWindowController::consentRow(const char *titleKey, const char *bodyKey, const char *name, bool on,
+                                                std::function<void(bool)> setOn)
+{
+    const bool sendable = !m_serviceHost.isEmpty();
+    const QString body = sendable ? m_l10n.format(QString::fromLatin1(bodyKey), m_serviceHost) : text("priv.noService");
+    // Without a service the switch shows off and the stored choice is kept for later.
+    auto *row = new OKConsentRow(text(titleKey), body, sendable && on, sendable ? std::move(setOn) : [](bool) {});
+    row->toggle()->setObjectName(QString::fromLatin1(name));
+    row->toggle()->setEnabled(sendable);
+    return row;
+}
 
 void OnboardingWindowController::show(bool startAtPermissions)
 {
@@ -97,7 +110,7 @@ QList<OKStep> OnboardingWindowController::makeSteps()
         return column({new OKStepHeader(text("onb.permTitle"), text("onb.permBody")),
                        new OKPermissionRow(QStringLiteral("lock.shield.fill"), text("perm.ax"), text("perm.axWhy"),
                                            [this] { return m_accessibility.isTrusted(); }, text("common.grant"),
-                                           text("common.granted"), [this] { m_accessibility.press(); })},
+                                           text("perm.granted"), [this] { m_accessibility.press(); })},
                       22);
     };
 
@@ -121,13 +134,12 @@ QList<OKStep> OnboardingWindowController::makeSteps()
     OKStep consent;
     consent.kind = OKStep::Kind::consent;
     consent.content = [this] {
-        auto *improve = new OKConsentRow(text("onb.improveTitle"), text("onb.improveBody"),
-                                         m_settings.improveDataSharing(),
-                                         [this](bool on) { m_settings.setImproveDataSharing(on); });
-        improve->toggle()->setObjectName(QStringLiteral("improveDataSharing"));
-        auto *crash = new OKConsentRow(text("onb.crashTitle"), text("onb.crashBody"), m_settings.crashReportingEnabled(),
-                                       [this](bool on) { m_settings.setCrashReportingEnabled(on); });
-        crash->toggle()->setObjectName(QStringLiteral("crashReportingEnabled"));
+        QWidget *improve = consentRow("onb.improveTitle", "onb.improveBody", "improveDataSharing",
+                                      m_settings.improveDataSharing(),
+                                      [this](bool on) { m_settings.setImproveDataSharing(on); });
+        QWidget *crash = consentRow("onb.crashTitle", "onb.crashBody", "crashReportingEnabled",
+                                    m_settings.crashReportingEnabled(),
+                                    [this](bool on) { m_settings.setCrashReportingEnabled(on); });
         return column({new OKReadyHeader(text("onb.readyTitle")), improve, crash}, 12);
     };
 

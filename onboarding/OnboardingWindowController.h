@@ -13,8 +13,11 @@ class L10n;
 class OnboardingWindowController : public QObject {
     Q_OBJECT
 public:
+    // `serviceHost`: the web service's host name, named by the consent page; empty when no
+    // service is configured (the page's switches are then disabled: nothing is sent).
     OnboardingWindowController(AppSettings &settings, L10n &l10n, AccessibilityGrant &accessibility,
-                               OnboardingKitController::Options options = {}, QObject *parent = nullptr);
+                               const QString &serviceHost, OnboardingKitController::Options options = {},
+                               QObject *parent = nullptr);
     static OnboardingWindowController &shared();
 
     // Shows the guide (from the first page, or from the permission page).
@@ -31,10 +34,14 @@ public:
 private:
     void complete();
     QString text(const char *key) const;
+    // A consent switch bound to its setting, or off and disabled while no service is configured.
+    QWidget *consentRow(const char *titleKey, const char *bodyKey, const char *name, bool on,
+                        std::function<void(bool)> setOn);
 
     AppSettings &m_settings;
     L10n &m_l10n;
     AccessibilityGrant &m_accessibility;
+    QString m_serviceHost;
     OnboardingKitController::Options m_options;
     QPointer<OnboardingKitController> m_kit;
 };

@@ -3,24 +3,47 @@
 #include "common/FileSafety.h"
 #include "common/Paths.h"
 
-#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 
-XdgAutostart::XdgAutostart(const QString &entryPath, const QString &executable)
+XdgAutostart::XdgAutostart(const QString &entryPath, const std::optional<QString> &command)
     : m_entryPath(entryPath)
-    , m_executable(executable)
+    , m_command(command)
 {
 }
 
 XdgAutostart &XdgAutostart::shared()
 {
-    static auto *item = new XdgAutostart(Paths::autostartFile(), QCoreApplication::applicationFilePath());
+    // The kernel's link to the running binary: readable before the application object exists
+    // (`stashwell config launchAtLogin ...` runs without one).
+    static auto *item = new XdgAutostart(Paths::autostartFile(),
+                                         commandFor(QFile::symLinkTarget(QStringLiteral("/proc/self/exe")),
+                                                    QStandardPaths::findExecutable(QStringLiteral("stashwell"))));
     return *item;
+}
+
+std::optional<QString> XdgAutostart::commandFor(const QString &binary, const QString &onPath)
+{
+    const QFileInfo file(binary);
+    if (file.absoluteDir().dirName() != QLatin1String("bin"))
+        return std::nullopt;
+    for (QDir dir = file.absoluteDir();; ) {
+        if (dir.exists(QStringLiteral("CMakeCache.txt")))
+            return std::nullopt;
+        if (!dir.cdUp())
+            break;
+    }
+    if (!onPath.isEmpty() && QFileInfo(onPath).canonicalFilePath() == file.canonicalFilePath())
+        return QStringLiteral("stashwell");
+    return file.absoluteFilePath();
 }
 
 QString XdgAutostart::registerItem()
 {
+    if (!m_command)
+        return QStringLiteral("not installed: Stashwell runs from a build tree");
     // Made private like Stashwell's other directories; one that exists is left as the user has it.
     const QString dir = QFileInfo(m_entryPath).absolutePath();
     if (!QFileInfo(dir).isDir() && !FileSafety::ensurePrivateDir(dir))
@@ -29,7 +52,7 @@ QString XdgAutostart::registerItem()
                              "Type=Application\n"
                              "Name=Stashwell\n"
                              "Comment=Clipboard history\n"
-                             "Exec=\"" + m_executable.toUtf8() + "\"\n"
+                             "Exec=\"" + m_command->toUtf8() + "\"\n"
                              "Icon=com.norvane.Stashwell\n"
                              "Terminal=false\n"
                              "NoDisplay=true\n"

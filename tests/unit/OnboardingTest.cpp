@@ -22,11 +22,27 @@ class OnboardingTest : public QObject {
             return env.contains(name) ? std::optional(env.value(name)) : std::nullopt;
         };
         options.timers = f->timers.factory();
-        guide = std::make_unique<OnboardingWindowController>(f->settings, f->l10n, f->accessibility, options);
+        guide = std::make_unique<OnboardingWindowController>(f->settings, f->l10n, f->accessibility, f->serviceHost, options);
     }
     OKRootView *root() const { return guide->kit() ? guide->kit()->rootView() : nullptr; }
     OKStep::Kind kind() const { return root()->step().kind; }
     void next() { QTest::mouseClick(root()->primaryButton(), Qt::LeftButton); }
+    // The page and the footer as the user sees them: shown, at least at their minimum size, inside the window.
+    void verifyWholePage() const
+    {
+        QWidget *window = guide->kit()->window();
+        QCoreApplication::processEvents(); // widgets added to a shown window appear on the next turn
+        for (QWidget *part : {root()->page(), static_cast<QWidget *>(root()->pageDots()),
+                              static_cast<QWidget *>(root()->primaryButton())}) {
+            QVERIFY(part->isVisible());
+            const int needed = part->hasHeightForWidth() ? part->heightForWidth(part->width())
+                                                         : part->minimumSizeHint().height();
+            QVERIFY2(part->height() >= needed, qPrintable(QStringLiteral("page %1: %2 of %3 px in a window of %4 px")
+                                                              .arg(root()->index()).arg(part->metaObject()->className())
+                                                              .arg(part->height()).arg(window->height())));
+            QVERIFY(window->rect().contains(QRect(part->mapTo(window, QPoint()), part->size())));
+        }
+    }
 
 private slots:
     void init()
@@ -63,6 +79,47 @@ private slots:
         QCOMPARE(kind(), OKStep::Kind::welcome);
         f->l10n.apply(QStringLiteral("de"));
         QTRY_COMPARE(root()->primaryButton()->text(), QStringLiteral("Weiter"));
+    }
+
+    void everyPageKeepsTheWindowAtItsFullSize()
+    {
+        f->permission.trusted = true;
+        guide->show(false);
+        for (int page = 0; page < root()->count(); ++page) {
+            QCOMPARE(root()->index(), page);
+            verifyWholePage();
+            if (QTest::currentTestFailed())
+                return;
+            if (page + 1 < root()->count())
+                next();
+        }
+    }
+
+    void theConsentSwitchesSayWhetherAndWhereTheySend_data()
+    {
+        QTest::addColumn<QString>("host");
+        QTest::newRow("no web service") << QString();
+        QTest::newRow("a web service") << QStringLiteral("stats.example.org");
+    }
+    void theConsentSwitchesSayWhetherAndWhereTheySend()
+    {
+        QFETCH(QString, host);
+        f->serviceHost = host;
+        makeGuide();
+        f->permission.trusted = true;
+        guide->show(false);
+        for (int i = 0; i < 3; ++i)
+            next();
+        QCOMPARE(kind(), OKStep::Kind::consent);
+        for (const char *key : {"improveDataSharing", "crashReportingEnabled"}) {
+            auto *toggle = root()->page()->findChild<PillSwitch *>(key);
+            QCOMPARE(toggle->isEnabled() && toggle->isChecked(), !host.isEmpty());
+            QString texts; // the row's title and body
+            for (QLabel *label : toggle->parentWidget()->findChildren<QLabel *>())
+                texts += label->text() + '\n';
+            QVERIFY2(texts.contains(host.isEmpty() ? "nothing is sent" : host), qPrintable(texts));
+        }
+        QVERIFY(f->settings.improveDataSharing() && f->settings.crashReportingEnabled()); // the choice is kept
     }
 
     void closingOnTheFirstPageCompletesTheGuide()

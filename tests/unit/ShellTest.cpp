@@ -6,6 +6,7 @@
 #include "cloud/CloudAccount.h"
 #include "fakes/CloudFakes.h"
 #include "fakes/PaletteFixture.h"
+#include "platform/DefaultsStore.h"
 
 #include <QMessageBox>
 #include <QNetworkAccessManager>
@@ -198,6 +199,32 @@ private slots:
         QVERIFY(commands->run(lower).ok);
         QCOMPARE(f->store->items().size(), 101);
         QCOMPARE(f->store->items().last().displayTitle(), QStringLiteral("2"));
+    }
+
+    void withoutAnInstanceConfigWritesTheFileAndCountsTheSavedHistory()
+    {
+        for (int i = 0; i < 102; ++i)
+            f->add(QString::number(i));
+        f->add(QStringLiteral("pinned"), true);
+        f->store->saveNow();
+        const QList<ClipItem> saved = ShellCommands::savedItems(f->store->fileURL());
+        QCOMPARE(saved.size(), 103);
+        const QString file = f->tmp.filePath(QStringLiteral("defaults.json"));
+        {
+            DefaultsStore defaults(file);
+            AppSettings settings(defaults, f->login);
+            ShellCommand lower{.kind = Kind::config, .key = QStringLiteral("historyLimit"), .value = 100};
+            QVERIFY(ShellCommands::configure(settings, saved, lower).output.contains("deletes the 2 oldest"));
+            lower.confirmed = true;
+            QVERIFY(ShellCommands::configure(settings, saved, lower).ok);
+        }
+        QCOMPARE(DefaultsStore(file).intValue(QStringLiteral("historyLimit")), std::optional<qint64>(100));
+        // A missing or unreadable history holds nothing to delete.
+        QVERIFY(ShellCommands::savedItems(f->tmp.filePath(QStringLiteral("none.json"))).isEmpty());
+        QFile broken(f->store->fileURL());
+        QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("{not json") > 0);
+        broken.close();
+        QVERIFY(ShellCommands::savedItems(f->store->fileURL()).isEmpty());
     }
 
     void signInOpensTheBrowserOnlyWithAServiceAndSignedOutAndSignOutIsLocal()
