@@ -55,12 +55,25 @@ AboutTab::AboutTab(SettingsServices &services, QWidget *parent)
         row->addWidget(m_autoUpdate);
         card->addRow(new SettingsRow(string("gen.autoUpdate"), string("gen.autoUpdateSub"), controls));
     }
-    card->addRow(new SettingsRow(string("gen.crashReports"), string("gen.crashReportsSub"),
-                                 settingSwitch("crashReportingEnabled", &AppSettings::crashReportingEnabled,
-                                               &AppSettings::setCrashReportingEnabled)));
-    card->addRow(new SettingsRow(string("priv.improve"), string("priv.improveSub"),
-                                 settingSwitch("improveDataSharing", &AppSettings::improveDataSharing,
-                                               &AppSettings::setImproveDataSharing)));
+    card->addRow(diagnosticsRow("gen.crashReports", "gen.crashReportsSub", "crashReportingEnabled",
+                                &AppSettings::crashReportingEnabled, &AppSettings::setCrashReportingEnabled));
+    card->addRow(diagnosticsRow("priv.improve", "priv.improveSub", "improveDataSharing",
+                                &AppSettings::improveDataSharing, &AppSettings::setImproveDataSharing));
+}
+
+SettingsRow *AboutTab::diagnosticsRow(const char *titleKey, const char *subtitleKey, const char *key,
+                                      bool (AppSettings::*get)() const, void (AppSettings::*set)(bool))
+{
+    if (m_services.serviceHost.isEmpty()) {
+        // Nothing can be sent: the switch shows off and the stored choice is kept for later.
+        // The row's texts stay legible: they say why.
+        auto *off = new PillSwitch(false);
+        off->setObjectName(QString::fromLatin1(key));
+        off->setEnabled(false);
+        return new SettingsRow(string(titleKey), string("priv.noService"), off);
+    }
+    const QString subtitle = m_services.l10n.format(QString::fromLatin1(subtitleKey), m_services.serviceHost);
+    return new SettingsRow(string(titleKey), subtitle, settingSwitch(key, get, set));
 }
 
 QString AboutTab::displayVersion(const QString &version)

@@ -11,6 +11,7 @@ class AccessibilityGrant;
 class AppIconCache;
 class AppSettings;
 class DesktopEntries;
+class GlobalHotKey;
 class HistoryStore;
 class L10n;
 class QWidget;
@@ -43,4 +44,9 @@ struct SettingsServices {
     PollTimerFactory timers = PollTimers::qt();
     // The version shown by the about tab (the project version).
     QString version;
+    // The web service's host name, named by the privacy texts; empty when no service is
+    // configured: then nothing is sent and the diagnostics switches are disabled.
+    QString serviceHost;
+    // The global hot key, whose failed grab the General tab reports (none in most tests).
+    GlobalHotKey *hotKey = nullptr;
 };

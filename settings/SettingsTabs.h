@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class HotKeyRecorder;
 class QLabel;
 class QVBoxLayout;
 
@@ -15,11 +16,14 @@ public:
     explicit GeneralTab(SettingsServices &services, QWidget *parent = nullptr);
     // "System" (empty code), then the fourteen languages by their own names.
     static MSDropdown::Options languageOptions(L10n &l10n);
-    // The global hot key's caps: Super, Shift, V.
-    static QStringList hotKeyCaps();
 
 private:
     void chooseLanguage(const QString &code);
+    // The recorder shows the setting; the subtitle says when another program holds the key.
+    void refreshHotKeyRow();
+
+    SettingsRow *m_hotKeyRow = nullptr;
+    HotKeyRecorder *m_hotKeyRecorder = nullptr;
 };
 
 class HistoryTab : public SettingsTabPage {
@@ -58,7 +62,7 @@ public:
     static constexpr int pollIntervalMs = 1000;
     explicit PermissionsTab(SettingsServices &services, QWidget *parent = nullptr);
     bool polling() const { return m_timer->isActive(); }
-    // Reads the granted state and shows the badge or the grant button.
+    // Reads whether XTest is available and shows its badge (and the button while missing).
     void refresh();
 
 protected:
@@ -68,6 +72,7 @@ protected:
 private:
     std::unique_ptr<PollTimer> m_timer;
     QWidget *m_badge;
+    QWidget *m_missingBadge;
     QWidget *m_grantButton;
 };
 
@@ -92,6 +97,11 @@ protected:
     void showEvent(QShowEvent *) override;
 
 private:
+    // A diagnostics switch: bound to its setting and naming the service's host, or off and
+    // disabled with the reason while no web service is configured.
+    SettingsRow *diagnosticsRow(const char *titleKey, const char *subtitleKey, const char *key,
+                                bool (AppSettings::*get)() const, void (AppSettings::*set)(bool));
+
     PillSwitch *m_autoUpdate = nullptr;
 };
 

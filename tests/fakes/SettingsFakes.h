@@ -73,11 +73,13 @@ struct SettingsFixture : StoreFixture {
     std::unique_ptr<CloudStack> cloud = std::make_unique<CloudStack>(*this, QStringLiteral("http://127.0.0.1:9/"));
     ManualPollTimers timers;
     QList<QStringList> chooserAnswers; // one answer per "Add App…"
+    QString serviceHost;               // the web service's host name; empty: none is configured
 
     SettingsServices services()
     {
         const auto choose = [this](QWidget *) { return chooserAnswers.isEmpty() ? QStringList() : chooserAnswers.takeFirst(); };
         return SettingsServices{settings, l10n, *store, entries, icons, accessibility, cloud->adapter,
-                                std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0")};
+                                std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0"),
+                                serviceHost};
     }
 };

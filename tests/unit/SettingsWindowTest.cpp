@@ -29,6 +29,12 @@ class SettingsWindowTest : public QObject {
     }
     template <typename T = QWidget> T *find(const QString &name) const { return controller->view()->page()->findChild<T *>(name); }
     void click(const QString &name) { QTest::mouseClick(find(name), Qt::LeftButton); }
+    static SettingsRow *rowOf(QWidget *control)
+    {
+        while (control && !qobject_cast<SettingsRow *>(control))
+            control = control->parentWidget();
+        return qobject_cast<SettingsRow *>(control);
+    }
     void openAccount(const QString &root, const QMap<QString, QString> &stored = {})
     {
         closeWindow(); // before the account it shows
@@ -50,6 +56,7 @@ private slots:
     {
         f = std::make_unique<SettingsFixture>();
         router = std::make_unique<SettingsRouter>();
+        f->serviceHost = QStringLiteral("stats.example.org");
     }
     void cleanup()
     {
@@ -79,6 +86,40 @@ private slots:
         QCOMPARE(find<PillSwitch>(key)->isChecked(), on);
         click(key);
         QCOMPARE(f->settings.value(key).toBool(), !on);
+    }
+
+    void theDiagnosticsSayWhetherAndWhereTheySend_data()
+    {
+        QTest::addColumn<QString>("host");
+        QTest::newRow("no web service") << QString();
+        QTest::newRow("a web service") << QStringLiteral("stats.example.org");
+    }
+    void theDiagnosticsSayWhetherAndWhereTheySend()
+    {
+        QFETCH(QString, host);
+        f->serviceHost = host;
+        open(SettingsTab::about);
+        for (const char *key : {"improveDataSharing", "crashReportingEnabled"}) {
+            auto *toggle = find<PillSwitch>(key);
+            QCOMPARE(toggle->isEnabled() && toggle->isChecked(), !host.isEmpty());
+            const QString subtitle = rowOf(toggle)->subtitleLabel()->text();
+            QVERIFY2(subtitle.contains(host.isEmpty() ? "nothing is sent" : host), qPrintable(subtitle));
+        }
+        QVERIFY(f->settings.improveDataSharing() && f->settings.crashReportingEnabled()); // the choice is kept
+        open(SettingsTab::general);
+        const QString footer = controller->view()->page()->findChildren<FooterNote *>().last()->text();
+        QVERIFY2(footer.contains(host.isEmpty() ? "sends nothing" : host + ": crash reports"), qPrintable(footer));
+    }
+
+    void thePermissionRowSaysWhetherXTestIsThere()
+    {
+        open(SettingsTab::permissions);
+        QCOMPARE(rowOf(find("grantButton"))->titleLabel()->text(), QStringLiteral("Paste into other windows"));
+        QCOMPARE(find<StatusBadge>("missingBadge")->text(), QStringLiteral("Not available"));
+        QVERIFY(find("grantButton")->isVisible() && !find("grantedBadge")->isVisible());
+        f->permission.trusted = true;
+        f->timers.fireAll();
+        QVERIFY(find("grantedBadge")->isVisible() && !find("missingBadge")->isVisible());
     }
 
     void aLowerLimitOrRetentionPrunesAtOnce()
