@@ -1,5 +1,4 @@
-// Drives the real stashwell-server binary over HTTP: the browser sign-in with PKCE, the account
-// and sync endpoints with their tokens and versions, bad input, and the limit on bodies.
+// Drives the real stashwell-server over HTTP: PKCE sign-in, account and sync endpoints, bad input, limits.
 #include "server/ReferenceServerProcess.h"
 
 #include <QNetworkAccessManager>
@@ -212,8 +211,7 @@ private slots:
         QVERIFY(m_server.running() && call("GET", "/api/me").status == 401); // and serves on
     }
 
-    // Slow clients: a request trickled in byte by byte is cut off by the request deadline, and
-    // one address at its connection cap does not lock out another.
+    // A request trickled in byte by byte hits the deadline; one address at its cap does not lock out another.
     void tricklingClientsAreCutOffWithoutStarvingOthers()
     {
         ReferenceServerProcess server(QStringLiteral(STASHWELL_SERVER_BIN));

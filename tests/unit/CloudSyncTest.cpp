@@ -119,8 +119,7 @@ private slots:
         QCOMPARE(sync->status(), CloudSync::Status::idle);
     }
 
-    // After a failed push the base stays; after a refused one the service's copy wins, even
-    // when its version is not newer than the local base.
+    // A failed push keeps the base; a refused one takes the service's copy, even at a version not newer.
     void aFailedPushKeepsTheBaseAndAConflictTakesTheServicesCopy()
     {
         startSynced();

@@ -1,6 +1,4 @@
-// The `stashwell` command line: parsing, the one-line request that carries a command to the
-// running instance over its private socket, and the second process's exit status; stale
-// sockets and misbehaving peers are handled.
+// The `stashwell` command line: parsing, forwarding to the running instance, exit statuses, the socket.
 #include "app/SingleInstance.h"
 
 #include <QJsonArray>

@@ -1,5 +1,4 @@
-// The history store: de-duplication, bursts of growing selections, limits, side files, the file
-// and its failures (a file-size limit makes writes really fail).
+// The history store: de-duplication, bursts, limits, side files, the file and its failures.
 #include "common/FileSafety.h"
 #include "fakes/StoreFixture.h"
 #include "fakes/TestFiles.h"

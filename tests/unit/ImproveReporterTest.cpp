@@ -1,5 +1,4 @@
-// The usage statistics reporter against an in-memory defaults store, a fake clock and a local
-// HTTP server standing in for the web service.
+// The usage statistics reporter against a fake clock and a local HTTP server.
 #include "app/AppSettings.h"
 #include "diagnostics/ImproveEvents.h"
 #include "diagnostics/ImproveReporter.h"

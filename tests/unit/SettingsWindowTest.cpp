@@ -1,5 +1,4 @@
-// The settings window over a real store, settings and cloud account: the rows that change
-// behaviour and the account tab.
+// The settings window over a real store, settings and cloud account.
 #include "fakes/SettingsFakes.h"
 #include "settings/SettingsRouter.h"
 #include "settings/SettingsTabs.h"
@@ -114,8 +113,6 @@ private slots:
     void thePermissionRowSaysWhetherXTestIsThere()
     {
         open(SettingsTab::permissions);
-        QCOMPARE(rowOf(find("grantButton"))->titleLabel()->text(), QStringLiteral("Paste into other windows"));
-        QCOMPARE(find<StatusBadge>("missingBadge")->text(), QStringLiteral("Not available"));
         QVERIFY(find("grantButton")->isVisible() && !find("grantedBadge")->isVisible());
         f->permission.trusted = true;
         f->timers.fireAll();
@@ -136,8 +133,6 @@ private slots:
         f->clock.advance(3 * 86400);
         f->store->ingest(StoreFixture::text(QStringLiteral("new")));
         auto *retention = find<MSDropdown>("historyRetentionDays");
-        QCOMPARE(retention->options()[1].second, QStringLiteral("1 day"));
-        QCOMPARE(retention->options()[2].second, QStringLiteral("7 days"));
         retention->choose(qint64(1));
         QCOMPARE(f->store->items().size(), 1);
     }

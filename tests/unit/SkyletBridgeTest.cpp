@@ -1,5 +1,4 @@
-// The bridge against a real companion: a Unix-domain socket listening at
-// $XDG_DATA_HOME/Skylet/bridge.sock, XDG_DATA_HOME being a temporary directory.
+// The bridge against a real companion listening at $XDG_DATA_HOME/Skylet/bridge.sock (a temporary dir).
 #include "bridge/SkyletBridge.h"
 #include "common/Paths.h"
 #include "fakes/StoreFixture.h"
@@ -13,8 +12,7 @@
 
 namespace {
 
-// The companion's end: listens at Paths::skyletSocket() and keeps the lines received on each
-// connection it accepted, one list per connection.
+// The companion's end: keeps the lines received, one list per accepted connection.
 class Companion : public QObject {
 public:
     ~Companion() override { stop(); }
