@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppDelegate.h"
 
 #include "app/AppSettings.h"
@@ -16,12 +17,15 @@
 #include "l10n/L10n.h"
 #include "onboarding/OnboardingWindowController.h"
 #include "palette/PaletteController.h"
+#include "settings/HotKeyRecorder.h"
 #include "settings/SettingsWindowController.h"
 #include "platform/DefaultsStore.h"
 #include "platform/GlobalHotKey.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QJsonArray>
+#include <QPushButton>
+#include <QSystemTrayIcon>
 
 AppDelegate::AppDelegate(AppSettings &settings, QObject *parent)
     : QObject(parent)
@@ -48,11 +52,18 @@ void AppDelegate::applicationDidFinishLaunching()
     m_statusItem->onShowOnboarding = [] { OnboardingWindowController::shared().show(false); };
     if (UpdaterController::hasFeed())
         m_statusItem->onCheckForUpdates = [] { UpdaterController::shared().checkForUpdates(); };
+    // The notice that only says there is no tray goes when one comes (a taken hot key adds a button).
+    m_statusItem->onTrayAppeared = [this] {
+        if (m_notice && m_notice->buttons().size() == 1)
+            m_notice->close();
+    };
     ClipboardMonitor::shared().start();
-
-    GlobalHotKey &hotKey = GlobalHotKey::shared();
-    hotKey.onTrigger = [] { PaletteController::shared().toggle(QStringLiteral("hotkey")); };
-    hotKey.registerHotKey(GlobalHotKey::defaultKey, GlobalHotKey::defaultModifiers);
+    // Without a tray nothing shows that Stashwell runs: say how to open it.
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        showNotice(L10n::shared().format(QStringLiteral("notice.noTray"),
+                                         GlobalHotKey::displayText(m_settings.hotKeyCombination())),
+                   false);
+    startHotKey();
 
     OnboardingWindowController::shared().showAtLaunchIfDue();
     if (UpdaterController::hasFeed())
@@ -73,6 +84,59 @@ void AppDelegate::applicationDidFinishLaunching()
     m_pruneTimer.setInterval(3600 * 1000);
     connect(&m_pruneTimer, &QTimer::timeout, this, [] { HistoryStore::shared().prune(); });
     m_pruneTimer.start();
+}
+
+void AppDelegate::startHotKey()
+{
+    GlobalHotKey &hotKey = GlobalHotKey::shared();
+    hotKey.onTrigger = [] { PaletteController::shared().toggle(QStringLiteral("hotkey")); };
+    connect(&hotKey, &GlobalHotKey::statusChanged, this, &AppDelegate::hotKeyStatusChanged);
+    connect(&m_settings, &AppSettings::changed, this, [this](const QString &key) {
+        if (key == QLatin1String("hotKey"))
+            GlobalHotKey::shared().registerHotKey(m_settings.hotKeyCombination());
+    });
+    hotKey.registerHotKey(m_settings.hotKeyCombination());
+}
+
+void AppDelegate::hotKeyStatusChanged()
+{
+    const GlobalHotKey &hotKey = GlobalHotKey::shared();
+    if (hotKey.status() != GlobalHotKey::Status::taken)
+        return;
+    // The General tab's row already says so to someone choosing a key there.
+    if (const QWidget *front = QApplication::activeWindow(); front && front->findChild<HotKeyRecorder *>())
+        return;
+    showNotice(L10n::shared().format(QStringLiteral("gen.hotkeyTaken"), GlobalHotKey::displayText(hotKey.combination())),
+               true);
+}
+
+void AppDelegate::chooseAnotherHotKey()
+{
+    SettingsWindowController &settings = SettingsWindowController::shared();
+    settings.show(SettingsTab::general);
+    if (auto *recorder = settings.window()->findChild<HotKeyRecorder *>())
+        recorder->startRecording();
+}
+
+void AppDelegate::showNotice(const QString &text, bool offerChoice)
+{
+    if (m_notice && m_notice->isVisible()) {
+        m_notice->setText(m_notice->text() + QStringLiteral("\n\n") + text);
+    } else {
+        m_notice = new QMessageBox(QMessageBox::Information, QStringLiteral("Stashwell"), text);
+        connect(m_notice, &QMessageBox::finished, m_notice, &QObject::deleteLater);
+        m_notice->setAttribute(Qt::WA_ShowWithoutActivating);
+        m_notice->setWindowModality(Qt::NonModal);
+        m_notice->setWindowRole(QStringLiteral("notice")); // how the desktop tests tell it from the palette
+        m_notice->addButton(L10n::shared().string(QStringLiteral("common.ok")), QMessageBox::AcceptRole);
+    }
+    if (offerChoice && m_notice->buttons().size() == 1) {
+        QPushButton *choose =
+            m_notice->addButton(L10n::shared().string(QStringLiteral("gen.hotkeyChoose")), QMessageBox::ActionRole);
+        connect(choose, &QPushButton::clicked, this, &AppDelegate::chooseAnotherHotKey, Qt::QueuedConnection);
+        m_notice->setDefaultButton(choose);
+    }
+    m_notice->show();
 }
 
 void AppDelegate::installEditMenu()

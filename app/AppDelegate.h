@@ -1,6 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Starts the long-lived services in their launch order and flushes the history at quit.
+#include <QMessageBox>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 #include <QUrl>
 
@@ -26,8 +29,17 @@ public:
 private:
     // The main menu's quit key (QuitShortcut); Qt's text fields bind the editing keys.
     void installEditMenu();
+    // The hot key follows the setting; a combination another program holds is reported once.
+    void startHotKey();
+    void hotKeyStatusChanged();
+    // Opens the General tab with its hot-key recorder listening.
+    static void chooseAnotherHotKey();
+    // One small window that stays until it is closed and never takes the focus; a second text
+    // while it is open is added to it. `offerChoice` adds a button to the hot-key recorder.
+    void showNotice(const QString &text, bool offerChoice);
 
     AppSettings &m_settings;
     StatusItemController *m_statusItem = nullptr;
     QTimer m_pruneTimer;
+    QPointer<QMessageBox> m_notice;
 };

@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppSettings.h"
 
 #include "l10n/AppLanguage.h"
 #include "platform/DefaultsStore.h"
+#include "platform/GlobalHotKey.h"
 #include "platform/LoginItem.h"
 
 #include <QJsonArray>
@@ -11,6 +13,7 @@
 namespace {
 
 QJsonValue toJson(bool v) { return v; }
+QJsonValue toJson(const QString &v) { return v; }
 QJsonValue toJson(qint64 v) { return v; }
 QJsonValue toJson(const QStringList &v) { return QJsonArray::fromStringList(v); }
 QJsonValue toJson(const std::optional<QString> &v) { return v ? QJsonValue(*v) : QJsonValue(QJsonValue::Null); }
@@ -19,6 +22,7 @@ QJsonValue toJson(const std::optional<QString> &v) { return v ? QJsonValue(*v) :
 template <typename T> std::optional<T> fromJson(const QJsonValue &value);
 template <> std::optional<bool> fromJson(const QJsonValue &v) { return DefaultsStore::asBool(v); }
 template <> std::optional<qint64> fromJson(const QJsonValue &v) { return DefaultsStore::asInteger(v); }
+template <> std::optional<QString> fromJson(const QJsonValue &v) { return DefaultsStore::asString(v); }
 template <> std::optional<QStringList> fromJson(const QJsonValue &v) { return DefaultsStore::asStringList(v); }
 // The language override: a string, or null for none.
 template <> std::optional<std::optional<QString>> fromJson(const QJsonValue &v)
@@ -38,6 +42,8 @@ template <typename T> constexpr const char *typeName()
         return "an integer";
     else if constexpr (std::is_same_v<T, QStringList>)
         return "a list of strings";
+    else if constexpr (std::is_same_v<T, QString>)
+        return "a string";
     else
         return "a string or null";
 }
@@ -47,6 +53,7 @@ template <typename T> constexpr const char *typeName()
 bool isHistoryLimitChoice(const qint64 &limit) { return limit >= 100 && limit <= 5000; }
 bool isRetentionChoice(const qint64 &days) { return days >= 0 && days <= 90; }
 bool isLanguageChoice(const std::optional<QString> &code) { return !code || AppLanguages::fromRawValue(*code); }
+bool isHotKeyChoice(const QString &text) { return GlobalHotKey::parse(text).has_value(); }
 
 QString languageChoices()
 {
@@ -96,6 +103,8 @@ const QList<AppSettings::Property> &AppSettings::properties()
     static const QList<Property> table{
         Property::of<&S::m_onboardingCompleted, &S::setOnboardingCompleted>("onboardingCompleted"),
         Property::of<&S::m_launchAtLogin, &S::setLaunchAtLogin>("launchAtLogin"),
+        Property::of<&S::m_hotKey, &S::setHotKey, isHotKeyChoice>(
+            "hotKey", QStringLiteral("one key with Ctrl, Alt or Super (Meta), such as \"Ctrl+Alt+V\"")),
         Property::of<&S::m_languageCode, &S::setLanguageCode, isLanguageChoice>("languageCode", languageChoices()),
         Property::of<&S::m_historyLimit, &S::setHistoryLimit, isHistoryLimitChoice>(
             "historyLimit", QStringLiteral("an integer from 100 to 5000")),
@@ -136,11 +145,14 @@ AppSettings::AppSettings(DefaultsStore &defaults, LoginItem &loginItem, QObject 
             property.load(*this, stored);
     }
 
-    if (!defaults.contains(QStringLiteral("launchAtLogin"))) { // the very first start
+    // The very first start of an installed copy; a build tree's start leaves it to that one.
+    if (!defaults.contains(QStringLiteral("launchAtLogin")) && loginItem.available()) {
         defaults.set(QStringLiteral("launchAtLogin"), true);
         applyLoginItem(true);
     }
 }
+
+bool AppSettings::launchAtLoginAvailable() const { return m_loginItem.available(); }
 
 template <typename T> void AppSettings::assign(T &field, const T &value, const char *key)
 {
@@ -161,6 +173,15 @@ void AppSettings::setLaunchAtLogin(bool v)
 {
     assign(m_launchAtLogin, v, "launchAtLogin");
     applyLoginItem(v);
+}
+QKeyCombination AppSettings::hotKeyCombination() const
+{
+    return GlobalHotKey::parse(m_hotKey).value_or(GlobalHotKey::defaultCombination);
+}
+void AppSettings::setHotKey(const QString &v)
+{
+    const QKeyCombination combination = GlobalHotKey::parse(v).value_or(GlobalHotKey::defaultCombination);
+    assign(m_hotKey, GlobalHotKey::portableText(combination), "hotKey");
 }
 void AppSettings::setLanguageCode(const std::optional<QString> &v)
 {

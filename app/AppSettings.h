@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The user's preferences, each mirrored to the defaults key of the same name.
 #include <QJsonValue>
+#include <QKeyCombination>
 #include <QList>
 #include <QObject>
 #include <QStringList>
@@ -19,6 +21,11 @@ public:
 
     bool onboardingCompleted() const { return m_onboardingCompleted; }
     bool launchAtLogin() const { return m_launchAtLogin; }
+    // False while this copy cannot start at login (it runs from a build tree).
+    bool launchAtLoginAvailable() const;
+    // The global hot key in Qt's portable text ("Meta+Shift+V" is Super+Shift+V); not synchronised.
+    QString hotKey() const { return m_hotKey; }
+    QKeyCombination hotKeyCombination() const;
     std::optional<QString> languageCode() const { return m_languageCode; }
     qint64 historyLimit() const { return m_historyLimit; }
     qint64 historyRetentionDays() const { return m_historyRetentionDays; }
@@ -35,6 +42,8 @@ public:
 
     void setOnboardingCompleted(bool value);
     void setLaunchAtLogin(bool value);
+    // A combination GlobalHotKey::parse accepts, stored in its canonical form.
+    void setHotKey(const QString &value);
     void setLanguageCode(const std::optional<QString> &value);
     void setHistoryLimit(qint64 value);
     void setHistoryRetentionDays(qint64 value);
@@ -54,8 +63,8 @@ public:
     // languageCode); setting goes through the typed setter above and is refused (false,
     // nothing changed) for an unknown key, a value of another type, or a value the settings
     // window does not offer (historyLimit 100 to 5000, historyRetentionDays 0 to 90, one of
-    // the interface languages). The defaults file is read the same way: such a value reads as
-    // the default.
+    // the interface languages, a hotKey of one key with Ctrl, Alt or Super). The defaults
+    // file is read the same way: such a value reads as the default.
     static QStringList keys();
     QJsonValue value(const QString &key) const;
     bool setValue(const QString &key, const QJsonValue &value);
@@ -86,6 +95,7 @@ private:
 
     bool m_onboardingCompleted = false;
     bool m_launchAtLogin = true;
+    QString m_hotKey = QStringLiteral("Meta+Shift+V");
     std::optional<QString> m_languageCode;
     qint64 m_historyLimit = 500;
     qint64 m_historyRetentionDays = 0;

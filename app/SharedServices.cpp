@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The composition root: every service's process-wide instance, created on first use with its
 // real collaborators and never destroyed (so none is gone while another still uses it, and no
 // widget is torn down after the application object). Tests build the same classes with fakes instead.
@@ -23,8 +24,8 @@
 #include "platform/DefaultsStore.h"
 #include "platform/GlobalHotKey.h"
 #include "platform/LoginItem.h"
-#include "platform/SystemClipboard.h"
 #include "platform/X11ActiveWindow.h"
+#include "platform/X11Clipboard.h"
 #include "platform/X11ClipboardSnapshotReader.h"
 #include "platform/X11HotKeyBackend.h"
 #include "platform/X11KeyPoster.h"
@@ -45,10 +46,17 @@ void recordUsage(const QString &name, const QVariantMap &properties)
     ImproveReporter::shared().record(name, properties);
 }
 
-// One clipboard for all: the counters the paste service registers must be the monitor's.
-SystemClipboard &clipboard()
+// One reader of the clipboard for the paste service's snapshots and the monitor's captures.
+X11ClipboardSnapshotReader &clipboardReader()
 {
-    static auto *instance = new SystemClipboard;
+    static auto *reader = new X11ClipboardSnapshotReader;
+    return *reader;
+}
+
+// One clipboard for all: the counters the paste service registers must be the monitor's.
+X11Clipboard &clipboard()
+{
+    static auto *instance = new X11Clipboard(clipboardReader());
     return *instance;
 }
 
@@ -71,9 +79,11 @@ AppSettings &AppSettings::shared()
     return *settings;
 }
 
+// Write failures, dropped copies and files set aside go to the tester log.
 HistoryStore &HistoryStore::shared()
 {
-    static auto *store = new HistoryStore(Paths::historyDir(), AppSettings::shared(), Clock::system(), recordUsage);
+    static auto *store = new HistoryStore(Paths::historyDir(), AppSettings::shared(), Clock::system(), recordUsage,
+                                          [](const QString &line) { DebugLog::log(line); });
     return *store;
 }
 
@@ -111,8 +121,7 @@ GlobalHotKey &GlobalHotKey::shared()
 PasteService &PasteService::shared()
 {
     static auto *keys = new X11KeyPoster;
-    static auto *reader = new X11ClipboardSnapshotReader;
-    static auto *service = new PasteService(clipboard(), *keys, *reader, ClipboardMonitor::shared(),
+    static auto *service = new PasteService(clipboard(), *keys, clipboardReader(), ClipboardMonitor::shared(),
                                             HistoryStore::shared(), AppSettings::shared());
     return *service;
 }
@@ -270,6 +279,12 @@ CloudSync &CloudSync::shared()
 #include "settings/SettingsRouter.h"
 #include "settings/SettingsWindowController.h"
 
+namespace {
+// The web service's host name, as the privacy texts name it; empty when none is configured
+// (nothing is sent then). The same test of the root as the account's and the reporters'.
+QString serviceHost() { return DiagnosticsConfig::endpoint(DiagnosticsConfig::serviceRoot(), QString()).host(); }
+} // namespace
+
 // One per process: the first grant press (settings or guide) prompts, later ones open the
 // desktop's accessibility settings. "Trusted" is XTest being present.
 AccessibilityGrant &AccessibilityGrant::shared()
@@ -297,7 +312,9 @@ SettingsWindowController &SettingsWindowController::shared()
             [](QWidget *parent) {
                 return AppChooserDialog::choose(DesktopEntries::shared(), AppIconCache::shared(), L10n::shared(), parent);
             },
-            [] { TesterMode::shared().registerClick(); }, PollTimers::qt(), QString::fromUtf8(BuildInfo::version)};
+            [] { TesterMode::shared().registerClick(); }, PollTimers::qt(), QString::fromUtf8(BuildInfo::version),
+            serviceHost()};
+        services.hotKey = &GlobalHotKey::shared();
         return new SettingsWindowController(services, SettingsRouter::shared());
     }();
     return *controller;
@@ -306,6 +323,6 @@ SettingsWindowController &SettingsWindowController::shared()
 OnboardingWindowController &OnboardingWindowController::shared()
 {
     static auto *guide =
-        new OnboardingWindowController(AppSettings::shared(), L10n::shared(), AccessibilityGrant::shared());
+        new OnboardingWindowController(AppSettings::shared(), L10n::shared(), AccessibilityGrant::shared(), serviceHost());
     return *guide;
 }

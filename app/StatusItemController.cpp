@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/StatusItemController.h"
 
 #include "app/AboutPanel.h"
@@ -7,6 +8,7 @@
 #include "common/SingleLine.h"
 #include "l10n/L10n.h"
 #include "palette/PaletteController.h"
+#include "platform/GlobalHotKey.h"
 
 #include <QCoreApplication>
 #include <QCursor>
@@ -58,15 +60,31 @@ StatusItemController::StatusItemController(HistoryStore &store, AppSettings &set
         if (key == QLatin1String("monitoringPaused"))
             QMetaObject::invokeMethod(this, &StatusItemController::refreshIcon, Qt::QueuedConnection);
     });
+    // The tooltip says so while the history cannot be saved.
+    connect(&m_store, &HistoryStore::writeFailingChanged, this, &StatusItemController::refreshIcon);
     refreshIcon();
     m_statusItem->show();
+    // Qt docks the icon when a tray comes up; until then a cheap check tells the owner.
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        connect(&m_trayPoll, &QTimer::timeout, this, [this] {
+            if (!QSystemTrayIcon::isSystemTrayAvailable())
+                return;
+            m_trayPoll.stop();
+            if (onTrayAppeared)
+                onTrayAppeared();
+        });
+        m_trayPoll.start(trayPollMs);
+    }
 }
 
 void StatusItemController::refreshIcon()
 {
     m_iconState = m_settings.monitoringPaused() ? MenuBarIcon::State::paused : MenuBarIcon::State::active;
     m_statusItem->setIcon(MenuBarIcon::icon(m_iconState));
-    m_statusItem->setToolTip(QStringLiteral("Stashwell"));
+    QString toolTip = QStringLiteral("Stashwell");
+    if (m_store.writeFailing())
+        toolTip += QLatin1Char('\n') + m_l10n.string(QStringLiteral("hist.saveFailed"));
+    m_statusItem->setToolTip(toolTip);
 }
 
 void StatusItemController::clicked(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers)
@@ -112,7 +130,7 @@ QMenu *StatusItemController::buildMenu()
 {
     auto *menu = new QMenu;
     menu->setAttribute(Qt::WA_DeleteOnClose, false);
-    addItem(menu, QStringLiteral("menu.open"), QStringLiteral("Super+Shift+V"),
+    addItem(menu, QStringLiteral("menu.open"), GlobalHotKey::displayText(m_settings.hotKeyCombination()),
             [this] { m_palette.show(QStringLiteral("menu")); });
     addRecentEntries(menu);
     menu->addSeparator();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The fourteen interface languages, in the order of the language picker.
 #include <QLocale>

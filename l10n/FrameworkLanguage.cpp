@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "l10n/FrameworkLanguage.h"
 
 #include "l10n/AppLanguage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The toolkit's own texts (standard buttons, file dialogs, ...) follow the chosen interface
 // language. Qt keeps them in translation catalogues, such as "qtbase" in

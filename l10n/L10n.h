@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The current interface language and the catalogue look-up. Every text the
 // interface shows comes from L10n::shared().string(key); views connect to languageChanged

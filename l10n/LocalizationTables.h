@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The catalogue, one key-to-text table per interface language. Built once, on
 // first use, from the static lists in l10n/tables/, and never changed afterwards.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "palette/PaletteView.h"
 
 #include "app/AppSettings.h"
@@ -7,6 +8,7 @@
 #include "palette/ClipKindStyle.h"
 #include "palette/PaletteList.h"
 #include "palette/PreviewPane.h"
+#include "platform/GlobalHotKey.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -237,7 +239,10 @@ void PaletteView::updateBody()
         m_stateSymbol->setPixmap(Symbols::pixmap(empty ? QStringLiteral("doc.on.clipboard") : QStringLiteral("magnifyingglass"),
                                                  palette().color(QPalette::PlaceholderText), 36, devicePixelRatioF()));
         m_stateTitle->setText(m_l10n.string(empty ? QStringLiteral("palette.emptyTitle") : QStringLiteral("palette.noResults")));
-        m_stateText->setText(m_l10n.string(empty ? QStringLiteral("palette.emptyBody") : QStringLiteral("palette.noResultsBody")));
+        // The empty history names the hot key that is set.
+        m_stateText->setText(empty ? m_l10n.format(QStringLiteral("palette.emptyBody"),
+                                                   GlobalHotKey::displayText(m_settings.hotKeyCombination()))
+                                   : m_l10n.string(QStringLiteral("palette.noResultsBody")));
     }
     m_body->setCurrentIndex(state == Body::list ? 1 : 0);
     updateChips();

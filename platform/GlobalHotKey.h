@@ -1,31 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // One system-wide shortcut that calls `onTrigger` whichever application is in front.
 #include "platform/HotKeyBackend.h"
 
+#include <QKeyCombination>
 #include <QObject>
+#include <QStringList>
 
 class GlobalHotKey : public QObject {
     Q_OBJECT
 public:
+    enum class Status { none, registered, taken, unavailable };
+
     static constexpr quint32 identifier = 1;
     // Super+Shift+V: Ctrl+Shift+V is already the terminals' paste.
-    static constexpr Qt::Key defaultKey = Qt::Key_V;
-    static constexpr Qt::KeyboardModifiers defaultModifiers{Qt::MetaModifier | Qt::ShiftModifier};
+    static constexpr QKeyCombination defaultCombination{Qt::MetaModifier | Qt::ShiftModifier, Qt::Key_V};
 
     explicit GlobalHotKey(HotKeyBackend &backend, QObject *parent = nullptr);
     ~GlobalHotKey() override;
     static GlobalHotKey &shared();
 
-    // Replaces any earlier registration of this object.
-    void registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
-    bool isRegistered() const { return m_hotKeyRef.has_value(); }
+    // A combination in Qt's portable text ("Ctrl+Alt+V", "Meta+Shift+V"; "Super" reads as
+    // "Meta"): one key that is not itself a modifier, held with at least one of Ctrl, Alt and
+    // Super. Anything else (several chords, Shift alone, a bare key) is nullopt.
+    static std::optional<QKeyCombination> parse(const QString &text);
+    static bool isAcceptable(QKeyCombination combination);
+    static QString portableText(QKeyCombination combination);
+    // As the interface names it: modifiers in a fixed order, Super for Meta ("Super", "Shift", "V").
+    static QStringList displayParts(QKeyCombination combination);
+    static QString displayText(QKeyCombination combination) { return displayParts(combination).join(QLatin1Char('+')); }
+
+    // Releases the current combination, then grabs `combination`; the same combination again
+    // is kept as it is while it is registered and tried again when it was not.
+    void registerHotKey(QKeyCombination combination);
+    QKeyCombination combination() const { return m_combination; }
+    Status status() const { return m_status; }
+    bool isRegistered() const { return m_status == Status::registered; }
 
     // Set by the owner before registering; called on the main thread after the platform's
     // handler has returned, once per press.
     std::function<void()> onTrigger;
 
+signals:
+    // After every registration attempt that changed the combination or the status.
+    void statusChanged();
+
 private:
+    void installHandler();
+
     HotKeyBackend &m_backend;
     std::optional<HotKeyBackend::Handle> m_hotKeyRef;
     std::optional<HotKeyBackend::Handle> m_eventHandler;
+    QKeyCombination m_combination = defaultCombination;
+    Status m_status = Status::none;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 #include <QtGlobal>
 #include <Qt>
@@ -9,12 +10,19 @@
 class HotKeyBackend {
 public:
     using Handle = quint64;
+    // What registerHotKey installed: a handle, or none, because another program holds the
+    // combination (`taken`) or because there is no X11 display or no key for it.
+    struct Registration {
+        std::optional<Handle> handle;
+        bool taken = false;
+    };
+
     virtual ~HotKeyBackend() = default;
     // `handler` runs on the main thread with the identifier of each pressed hot key.
     virtual std::optional<Handle> installHandler(std::function<void(quint32 id)> handler) = 0;
     virtual void removeHandler(Handle handler) = 0;
-    // Fails (nullopt, with a log line) when another program owns the combination or there
-    // is no X11 display.
-    virtual std::optional<Handle> registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) = 0;
+    // All or nothing: a combination another program holds even in one lock-key variant is
+    // left to that program.
+    virtual Registration registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) = 0;
     virtual void unregisterHotKey(Handle hotKey) = 0;
 };

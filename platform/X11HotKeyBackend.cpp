@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/X11HotKeyBackend.h"
 
+#include "platform/GlobalHotKey.h"
 #include "platform/X11Keyboard.h"
 #include "platform/X11Support.h"
 
 #include <QCoreApplication>
-#include <QKeySequence>
 #include <QLoggingCategory>
 
 namespace {
@@ -12,9 +13,13 @@ namespace {
 Q_LOGGING_CATEGORY(hotKeyLog, "stashwell.hotkey")
 
 constexpr X11Keyboard::KeySym numLockKeysym = 0xff7f;
-// Auto-repeat presses come about 30 ms apart; a press this long after the last one is new
-// even when its release was not seen (it can go to a keyboard grab of the palette).
+// Auto-repeat presses come about 30 ms apart after a delay of up to about 660 ms; a press this
+// long after the last one is new even if its release was never noticed.
 constexpr quint32 repeatWindowMs = 1000;
+// While a hot key is held its state is polled: its release can go to another client (the
+// palette's keyboard grab ends while the key is still down), and a new press must not then be
+// taken for auto-repeat.
+constexpr int releasePollMs = 20;
 
 } // namespace
 
@@ -22,6 +27,8 @@ X11HotKeyBackend::X11HotKeyBackend()
 {
     if (QCoreApplication::instance())
         QCoreApplication::instance()->installNativeEventFilter(this);
+    m_releaseWatch.setInterval(releasePollMs);
+    m_releaseWatch.callOnTimeout([this] { watchReleases(); });
 }
 
 X11HotKeyBackend::~X11HotKeyBackend()
@@ -45,14 +52,13 @@ void X11HotKeyBackend::removeHandler(Handle handler)
     m_handlers.remove(handler);
 }
 
-std::optional<HotKeyBackend::Handle> X11HotKeyBackend::registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers,
-                                                                      quint32 id)
+HotKeyBackend::Registration X11HotKeyBackend::registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id)
 {
     xcb_connection_t *c = X11::connection();
     if (!c) {
         qCWarning(hotKeyLog).noquote() << "No X11 display: the global hot key" << describe(key, modifiers)
                                        << "is not available; bind the desktop's shortcut to `stashwell toggle`.";
-        return std::nullopt;
+        return {};
     }
     Grab grab;
     grab.keycode = X11Keyboard::keycodeFor(c, X11Keyboard::keysymFor(key));
@@ -60,38 +66,43 @@ std::optional<HotKeyBackend::Handle> X11HotKeyBackend::registerHotKey(Qt::Key ke
     grab.id = id;
     if (!grab.keycode) {
         qCWarning(hotKeyLog).noquote() << "The keyboard has no key for the global hot key" << describe(key, modifiers);
-        return std::nullopt;
+        return {};
     }
     const quint16 numLock = X11Keyboard::modifierMaskFor(c, numLockKeysym, XCB_MOD_MASK_2);
     m_ignoredModifiers = numLock | XCB_MOD_MASK_LOCK;
-    const xcb_window_t root = X11::rootWindow();
+    bool taken = false;
     for (quint16 extra : {quint16(0), quint16(XCB_MOD_MASK_LOCK), numLock, quint16(numLock | XCB_MOD_MASK_LOCK)}) {
         const quint16 mask = grab.modifiers | extra;
-        const xcb_void_cookie_t cookie = xcb_grab_key_checked(c, 1, root, mask, grab.keycode, XCB_GRAB_MODE_ASYNC,
-                                                              XCB_GRAB_MODE_ASYNC);
+        const xcb_void_cookie_t cookie = xcb_grab_key_checked(c, 1, X11::rootWindow(), mask, grab.keycode,
+                                                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
         if (xcb_generic_error_t *error = xcb_request_check(c, cookie)) {
+            taken = taken || error->error_code == XCB_ACCESS; // another client's passive grab
             free(error);
-            continue;
+        } else if (!grab.variants.contains(mask)) { // without a NumLock key two variants are one
+            grab.variants.append(mask);
         }
-        grab.variants.append(mask);
     }
-    if (grab.variants.size() < 4)
+    if (taken || grab.variants.isEmpty()) {
+        // A half grab would work only with some lock keys: the combination stays the other program's.
         qCWarning(hotKeyLog).noquote() << "The global hot key" << describe(key, modifiers)
-                                       << "is taken by another program:" << grab.variants.size()
-                                       << "of its 4 lock-key variants grabbed; the palette still opens from the tray.";
-    if (grab.variants.isEmpty())
-        return std::nullopt;
+                                       << (taken ? "is taken by another program." : "could not be grabbed.");
+        ungrab(c, grab);
+        return {std::nullopt, taken};
+    }
     const Handle handle = m_nextHandle++;
     m_grabs.insert(handle, grab);
-    return handle;
+    return {handle, false};
 }
 
 void X11HotKeyBackend::unregisterHotKey(Handle hotKey)
 {
     const Grab grab = m_grabs.take(hotKey);
-    xcb_connection_t *c = X11::connection();
-    if (!c)
-        return;
+    if (xcb_connection_t *c = X11::connection())
+        ungrab(c, grab);
+}
+
+void X11HotKeyBackend::ungrab(xcb_connection_t *c, const Grab &grab)
+{
     for (quint16 mask : grab.variants)
         xcb_ungrab_key(c, grab.keycode, X11::rootWindow(), mask);
     xcb_flush(c);
@@ -130,6 +141,7 @@ void X11HotKeyBackend::dispatch(Grab &grab, quint32 time)
     const bool repeat = grab.down && time - grab.lastPressTime < repeatWindowMs;
     grab.down = true;
     grab.lastPressTime = time;
+    m_releaseWatch.start();
     if (repeat)
         return;
     const auto handlers = m_handlers; // a handler may remove itself
@@ -137,8 +149,22 @@ void X11HotKeyBackend::dispatch(Grab &grab, quint32 time)
         handler(grab.id);
 }
 
+void X11HotKeyBackend::watchReleases()
+{
+    xcb_connection_t *c = X11::connection();
+    xcb_query_keymap_reply_t *keymap = c ? xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr) : nullptr;
+    bool held = false;
+    for (Grab &grab : m_grabs) {
+        if (grab.down && keymap)
+            grab.down = keymap->keys[grab.keycode / 8] & (1 << (grab.keycode % 8));
+        held = held || grab.down;
+    }
+    free(keymap);
+    if (!held || !keymap)
+        m_releaseWatch.stop();
+}
+
 QString X11HotKeyBackend::describe(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    return QKeySequence(modifiers | key).toString(QKeySequence::PortableText).replace(QLatin1String("Meta"),
-                                                                                        QLatin1String("Super"));
+    return GlobalHotKey::displayText(QKeyCombination(modifiers, key));
 }

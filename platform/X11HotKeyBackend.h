@@ -1,9 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 #include "platform/HotKeyBackend.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QHash>
 #include <QString>
+#include <QTimer>
+
+struct xcb_connection_t;
 
 // XGrabKey on the root window of Qt's display, also with the NumLock and CapsLock variants;
 // presses arrive through Qt's native event filter on the main thread.
@@ -14,7 +18,7 @@ public:
 
     std::optional<Handle> installHandler(std::function<void(quint32 id)> handler) override;
     void removeHandler(Handle handler) override;
-    std::optional<Handle> registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) override;
+    Registration registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) override;
     void unregisterHotKey(Handle hotKey) override;
 
 private:
@@ -29,10 +33,13 @@ private:
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
     void dispatch(Grab &grab, quint32 time);
+    void watchReleases();
+    static void ungrab(xcb_connection_t *c, const Grab &grab);
     static QString describe(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
     QHash<Handle, std::function<void(quint32)>> m_handlers;
     QHash<Handle, Grab> m_grabs;
     quint16 m_ignoredModifiers = 0; // CapsLock and NumLock
     Handle m_nextHandle = 1;
+    QTimer m_releaseWatch; // runs only while a hot key is held
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The accessibility permission shown by the permissions tab and the guide: whether Stashwell
 // may type the paste shortcut for the user. On X11 "trusted" means the XTest extension is

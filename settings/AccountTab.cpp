@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "l10n/L10n.h"
 #include "settings/SettingsAccount.h"
 #include "settings/SettingsExtraStrings.h"

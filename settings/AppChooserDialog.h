@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // "Add App…" of the privacy tab's excluded applications: a dialog listing the
 // installed applications (desktop entries) with their icons and names; several can be chosen.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The settings window's custom controls: capsule buttons, a pull-down pill, a capsule segmented control,
 // an on/off switch and a track-less scroll bar, all drawn with the shared `PillTheme` and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The one-second accessibility polling of the permissions tab and of the guide's
 // permission page, behind a seam so that tests fire the ticks themselves.

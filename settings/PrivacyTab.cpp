@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppSettings.h"
 #include "capture/SecurityPolicy.h"
 #include "common/Symbols.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the account tab needs of the cloud account and the settings sync:
 // a seam, so that the tab does not depend on how the account is built. The composition root

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The few texts the settings window needs beyond the main catalogue: the privacy tab's
 // application chooser and the account tab's notice while no web service is configured.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The selected settings tab, kept for the process (never persisted), so the
 // window reopens on the tab it was closed on.

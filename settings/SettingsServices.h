@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the settings window works on: the settings store and the other subsystems'
 // services, each as a reference or a callback, so that tests build the window over fakes.

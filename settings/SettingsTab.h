@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The settings tabs in sidebar order with their texts, symbol and icon gradient.
 #include <QColor>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The content of one tab: cards and footers stacked from the top. Each tab builds its texts
 // in the current language (the window rebuilds the tab when the language changes) and keeps

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The six tabs' contents, rows top to bottom.
 #include "settings/PillControls.h"

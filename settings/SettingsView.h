@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The settings window's layout: the sidebar (application icon, heading, one row per tab) and the content
 // pane (the selected tab's title, subtitle and scrolling content). Follows the router and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The building blocks shared by all settings tabs: cards of rows, footers, key caps, badges and
 // the sidebar's icon chips.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The one settings window, built on the first show(),
 // dropped when closed (the next show builds a fresh one; the router keeps the tab).

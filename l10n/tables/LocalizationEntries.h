@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The static (key, text) lists behind LocalizationTables, one source file per language
 // (l10n/tables/Strings_<code>.cpp). Texts are UTF-8; "%d" and "%@" are filled by callers.

@@ -1,10 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
-// In-memory stand-ins for the platform services behind pasting and the notice.
+// In-memory stand-ins for the platform services behind pasting, the notice and the hot key.
 #include "paste/ToastScheduler.h"
 #include "platform/Clipboard.h"
 #include "platform/ClipboardSnapshot.h"
+#include "platform/HotKeyBackend.h"
 #include "platform/KeyPoster.h"
 
+#include <QKeyCombination>
 #include <QMap>
 #include <QMimeData>
 #include <QPointer>
@@ -107,4 +110,31 @@ public:
 private:
     QMap<Job, std::pair<int, std::function<void()>>> m_jobs;
     Job m_next = 1;
+};
+
+// Grabs by combination; a combination in `taken` is held by another program.
+class FakeHotKeyBackend final : public HotKeyBackend {
+public:
+    std::optional<Handle> installHandler(std::function<void(quint32)> handler) override
+    {
+        handlers.insert(m_next, std::move(handler));
+        return m_next++;
+    }
+    void removeHandler(Handle handler) override { handlers.remove(handler); }
+    Registration registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32) override
+    {
+        const QKeyCombination combination(modifiers, key);
+        if (taken.contains(combination))
+            return {std::nullopt, true};
+        grabs.insert(m_next, combination);
+        return {m_next++, false};
+    }
+    void unregisterHotKey(Handle hotKey) override { grabs.remove(hotKey); }
+
+    QList<QKeyCombination> taken;
+    QMap<Handle, QKeyCombination> grabs;
+    QMap<Handle, std::function<void(quint32)>> handlers;
+
+private:
+    Handle m_next = 1;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences on the typed defaults file: login item, wrongly typed values, persistence.
 #include "app/AppSettings.h"
 #include "fakes/Fakes.h"
@@ -45,6 +46,43 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, "Stashwell: launch-at-login update failed: no autostart directory");
         s.setLaunchAtLogin(true);
         QVERIFY(s.launchAtLogin());
+    }
+
+    void theLoginEntryRunsTheInstalledCommandAndABuildTreeRegistersNothing_data()
+    {
+        QTest::addColumn<QString>("binary");     // under the temporary root
+        QTest::addColumn<QString>("onPath");     // what PATH finds, "" for nothing
+        QTest::addColumn<QString>("command");    // with ROOT for the temporary root; "" for none
+        QTest::newRow("found on PATH") << "usr/bin/stashwell" << "usr/bin/stashwell" << "stashwell";
+        QTest::newRow("PATH finds another") << "opt/sw/bin/stashwell" << "usr/bin/stashwell" << "ROOT/opt/sw/bin/stashwell";
+        QTest::newRow("not on PATH") << "home/u/.local/bin/stashwell" << "" << "ROOT/home/u/.local/bin/stashwell";
+        QTest::newRow("build folder") << "src/build-release/stashwell" << "" << "";
+        QTest::newRow("bin inside a build tree") << "src/build/bin/stashwell" << "src/build/bin/stashwell" << "";
+        QTest::newRow("not in a bin folder") << "home/u/Downloads/stashwell" << "" << "";
+    }
+    void theLoginEntryRunsTheInstalledCommandAndABuildTreeRegistersNothing()
+    {
+        QFETCH(QString, binary);
+        QFETCH(QString, onPath);
+        QFETCH(QString, command);
+        QTemporaryDir root;
+        for (const QString &file : {binary, onPath, QStringLiteral("src/build/CMakeCache.txt"),
+                                    QStringLiteral("src/build-release/CMakeCache.txt")})
+            if (!file.isEmpty())
+                QVERIFY(QDir().mkpath(QFileInfo(root.filePath(file)).path()) && writeFile(root.filePath(file), "x"));
+        const std::optional<QString> found =
+            XdgAutostart::commandFor(root.filePath(binary), onPath.isEmpty() ? QString() : root.filePath(onPath));
+        command.replace("ROOT", root.path());
+        QCOMPARE(found.value_or(QString()), command);
+
+        // Started from there for the first time: a build tree neither registers nor takes the first start away.
+        const QString autostart = root.filePath("autostart/com.norvane.Stashwell.desktop");
+        DefaultsStore defaults({});
+        XdgAutostart login(autostart, found);
+        AppSettings settings(defaults, login);
+        QCOMPARE(settings.launchAtLoginAvailable(), found.has_value());
+        QCOMPARE(defaults.contains("launchAtLogin"), found.has_value());
+        QCOMPARE(readFile(autostart).contains("\nExec=\"" + command.toUtf8()), found.has_value());
     }
 
     void storedValuesOfAnotherTypeOrNotOfferedReadAsTheDefault()
