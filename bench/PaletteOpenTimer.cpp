@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "PaletteOpenTimer.h"
 
 #include <X11/keysym.h>

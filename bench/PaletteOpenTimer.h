@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Measures the palette's opening as a user sees it: from the hot key pressed (XTest) to the
 // palette window mapped (MapNotify on the root window), on its own X connection.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Prints: ingest time per capture, load and save time of a 5,000-entry history, and the
 // resident memory of the idle `stashwell` process holding that history.
 #include "app/AppSettings.h"
@@ -12,6 +13,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QTemporaryDir>
+#include <QTest>
 #include <cstdio>
 
 namespace {

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A test application that owns the CLIPBOARD with several types at once, as browsers
 // and password managers do (xclip offers only one). Arguments: <mime-type>=<file> ... (split at the last "=")
-// It prints "owned" once it holds the selection and exits when another client takes it.
+// It prints "owned" once it holds the selection and exits when another client takes it (or its
+// X server ends).
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
-#include <QTimer>
 #include <cstdio>
 
 int main(int argc, char *argv[])
@@ -24,7 +25,6 @@ int main(int argc, char *argv[])
         if (mode == QClipboard::Clipboard && !clipboard->ownsClipboard())
             QCoreApplication::quit();
     });
-    QTimer::singleShot(120000, &app, &QCoreApplication::quit);
     std::printf("owned\n");
     std::fflush(stdout);
     return app.exec();

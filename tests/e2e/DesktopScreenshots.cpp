@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `stashwell-desktop-screenshots <dir>`: drives the real binary under Xvfb + openbox + trayer
 // and saves the palette (with entries, empty, no results, in German), the "Copied" notice and
 // the tray menu (in English and German) as PNGs.
 #include "e2e/XSession.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
@@ -11,18 +13,25 @@
 
 namespace {
 
-QRect paletteArea() { return QRect(300 - 24, 84 - 24, 680 + 48, 440 + 48); } // PalettePanel::frame on 1280 × 800
+const QRect paletteArea(300 - 24, 84 - 24, 680 + 48, 440 + 48); // PalettePanel::frame on 1280 × 800
+const QRect noticeArea(440, 560, 400, 200);
 
-void key(XSession &x, const QString &keys) { x.run(QStringLiteral("xdotool"), {"key", "--delay", "40", keys}); }
-
+// Saves `area` of the screen once the picture settled: two grabs in a row are the same.
 void shoot(XSession &x, const QString &path, const QRect &area)
 {
-    x.run(QStringLiteral(STASHWELL_SCREENSHOT),
-          {path, QString::number(area.x()), QString::number(area.y()), QString::number(area.width()),
-           QString::number(area.height())});
+    QByteArray previous;
+    XSession::waitFor([&] {
+        x.run(QStringLiteral(STASHWELL_SCREENSHOT), {path, QString::number(area.x()), QString::number(area.y()),
+                                                      QString::number(area.width()), QString::number(area.height())});
+        QFile file(path);
+        file.open(QIODevice::ReadOnly);
+        const QByteArray shot = file.readAll();
+        return std::exchange(previous, shot) == shot;
+    }, 5000);
     std::printf("%s\n", qPrintable(path));
 }
 
+// A sky over a hill.
 QByteArray png(int w, int h)
 {
     QImage image(w, h, QImage::Format_RGB32);
@@ -37,47 +46,34 @@ QByteArray png(int w, int h)
     p.end();
     QByteArray bytes;
     QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG") ? bytes : QByteArray();
 }
 
-void openPalette(XSession &x)
+// Another application copies; returns once stashwell recorded it.
+void copy(XSession &x, const QByteArray &data, const QString &type = QStringLiteral("UTF8_STRING"))
 {
-    key(x, QStringLiteral("super+shift+v"));
-    QTest::qWait(700);
+    const qsizetype before = x.history().size();
+    x.xclipCopy(data, type);
+    x.waitFor([&] { return x.history().size() > before; });
 }
 
-void closePalette(XSession &x)
-{
-    key(x, QStringLiteral("Escape"));
-    key(x, QStringLiteral("Escape"));
-    QTest::qWait(400);
-}
-
-// A right click on the tray icon opens the status menu (Part 2.4): the shot holds both.
+// A right click on the tray icon opens its menu: the shot holds both.
 bool shootTrayMenu(XSession &x, const QString &path)
 {
     const QPoint icon = x.stashwellTrayIconCentre();
-    x.run(QStringLiteral("xdotool"), {"mousemove", QString::number(icon.x()), QString::number(icon.y()), "click", "3"});
-    QTest::qWait(700);
-    const QRect menu = x.stashwellPopup();
-    if (menu.isNull())
+    x.click(icon, 3);
+    if (!x.waitForPopup(true))
         return false;
-    shoot(x, path, menu.united(QRect(icon - QPoint(20, 20), QSize(40, 40))).adjusted(-12, -4, 12, 12));
-    key(x, QStringLiteral("Escape"));
-    QTest::qWait(300);
-    return true;
+    shoot(x, path, x.stashwellPopup().united(QRect(icon - QPoint(20, 20), QSize(40, 40))).adjusted(-12, -4, 12, 12));
+    x.key(QStringLiteral("Escape"));
+    return x.waitForPopup(false);
 }
 
-// Starts stashwell and waits for its icon to dock in the tray.
-bool start(XSession &x)
+// Opens the palette with the hot key, or closes it with Escape (the first one clears a query).
+bool palette(XSession &x, bool open)
 {
-    if (!x.startStashwell())
-        return false;
-    for (int waited = 0; waited < 5000 && x.stashwellTrayIcon().isEmpty(); waited += 100)
-        QTest::qWait(100);
-    return !x.stashwellTrayIcon().isEmpty();
+    x.key(QLatin1String(open ? "super+shift+v" : "Escape Escape"));
+    return x.waitForPopup(open);
 }
 
 } // namespace
@@ -88,58 +84,41 @@ int main(int argc, char *argv[])
     QGuiApplication app(argc, argv);
     const QString dir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screenshots");
     XSession x;
-    if (!x.isUp() || !x.startTray() || !start(x))
+    const auto start = [&] { return x.startStashwell() && x.waitFor([&] { return !x.stashwellTrayIcon().isEmpty(); }); };
+    if (!x.isUp() || !start() || !x.startZenityEntry() || !palette(x, true))
         return 1;
-    x.startZenityEntry();
-    QTest::qWait(1000);
+    shoot(x, dir + QStringLiteral("/palette-empty.png"), paletteArea);
+    palette(x, false);
 
-    openPalette(x);
-    shoot(x, dir + QStringLiteral("/palette-empty.png"), paletteArea());
-    closePalette(x);
-
-    x.xclipCopy(png(1600, 900), QStringLiteral("image/png"));
-    QTest::qWait(500);
+    copy(x, png(1600, 900), QStringLiteral("image/png"));
     for (const char *text : {"Meeting notes: ship the palette on Friday, review the German strings",
                              "https://kde.org/applications/", "#3DAEE9",
                              "SELECT title, created_at FROM clips WHERE pinned = 1 ORDER BY created_at DESC;",
-                             "git commit -m \"Keep secrets out of the history\"", "Thanks for the quick review!"}) {
-        x.xclipCopy(QByteArray(text));
-        QTest::qWait(500);
-    }
-    x.xclipCopy("file:///home/user/Documents/Quarterly%20report.pdf\r\nfile:///home/user/Pictures/team.png\r\n",
-                QStringLiteral("text/uri-list"));
-    QTest::qWait(600);
+                             "git commit -m \"Keep secrets out of the history\"", "Thanks for the quick review!"})
+        copy(x, QByteArray(text));
+    copy(x, "file:///home/user/Documents/Quarterly%20report.pdf\r\nfile:///home/user/Pictures/team.png\r\n",
+         QStringLiteral("text/uri-list"));
 
-    openPalette(x);
-    key(x, QStringLiteral("Down"));
-    key(x, QStringLiteral("Down"));
-    key(x, QStringLiteral("ctrl+p")); // pin one
-    key(x, QStringLiteral("Up"));
-    QTest::qWait(300);
-    shoot(x, dir + QStringLiteral("/palette.png"), paletteArea());
-    x.run(QStringLiteral("xdotool"), {"type", "--delay", "30", "nothing like this"});
-    QTest::qWait(300);
-    shoot(x, dir + QStringLiteral("/palette-no-results.png"), paletteArea());
-    key(x, QStringLiteral("Escape"));
-    key(x, QStringLiteral("Tab")); // Text
-    key(x, QStringLiteral("Tab")); // Image
-    QTest::qWait(300);
-    shoot(x, dir + QStringLiteral("/palette-image.png"), paletteArea());
-    key(x, QStringLiteral("ctrl+Return")); // copy only: the "Copied" notice
-    QTest::qWait(400);
-    shoot(x, dir + QStringLiteral("/notice.png"), QRect(440, 560, 400, 200));
-    QTest::qWait(2000);
-    if (!shootTrayMenu(x, dir + QStringLiteral("/tray-menu.png")))
+    if (!palette(x, true))
+        return 1;
+    x.key(QStringLiteral("Down Down ctrl+p Up")); // pin one
+    shoot(x, dir + QStringLiteral("/palette.png"), paletteArea);
+    x.type(QStringLiteral("nothing like this"));
+    shoot(x, dir + QStringLiteral("/palette-no-results.png"), paletteArea);
+    x.key(QStringLiteral("Escape Tab Tab")); // the query cleared, the Text then the Image filter
+    shoot(x, dir + QStringLiteral("/palette-image.png"), paletteArea);
+    x.key(QStringLiteral("ctrl+Return")); // copy only: the "Copied" notice
+    if (!x.waitFor([&] { return noticeArea.contains(x.stashwellPopup()); }))
+        return 1;
+    shoot(x, dir + QStringLiteral("/notice.png"), noticeArea);
+    if (!x.waitForPopup(false) || !shootTrayMenu(x, dir + QStringLiteral("/tray-menu.png")))
         return 1;
 
     x.stopStashwell();
     x.setDefaults({{"languageCode", "de"}});
-    if (!start(x))
+    if (!start() || !palette(x, true))
         return 1;
-    QTest::qWait(500);
-    openPalette(x);
-    QTest::qWait(300);
-    shoot(x, dir + QStringLiteral("/palette-de.png"), paletteArea());
-    closePalette(x);
+    shoot(x, dir + QStringLiteral("/palette-de.png"), paletteArea);
+    palette(x, false);
     return shootTrayMenu(x, dir + QStringLiteral("/tray-menu-de.png")) ? 0 : 1;
 }

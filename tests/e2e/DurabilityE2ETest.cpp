@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // End to end: the history survives real faults. Copies stream in while stashwell is killed with
 // SIGKILL at random moments; a data directory on a small tmpfs fills up until a save fails.
 #include "e2e/XSession.h"

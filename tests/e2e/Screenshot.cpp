@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Saves the whole X11 screen as a PNG: `stashwell-test-screenshot out.png [x y w h]`.
 // Used by the end-to-end tests and the docs screenshots.
 #include <QGuiApplication>

@@ -1,86 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // End to end: the shell under Xvfb + openbox + trayer (a real XEmbed tray). A second
 // `stashwell` process toggles the palette, lists and pastes the history, hands over a URL and
-// quits the running one; the tray icon's menu lists the recent entries and pastes one.
+// quits the running one; the tray icon's menu lists the recent entries and pastes one. With
+// none running, `stashwell config` changes the preferences file for the next start.
 #include "e2e/XSession.h"
 
-#include <QJsonObject>
 #include <QtTest>
 
 class ShellE2ETest : public QObject {
     Q_OBJECT
     std::unique_ptr<XSession> x;
 
-    void key(const QString &keys) const { x->run(QStringLiteral("xdotool"), {"key", "--delay", "60", keys}); }
-    bool popupShown(bool shown) const
-    {
-        for (int waited = 0; waited < 5000; waited += 50) {
-            if (x->stashwellHasVisiblePopup() == shown)
-                return true;
-            QTest::qWait(50);
-        }
-        return false;
-    }
-    void seed(const QString &text)
-    {
-        x->xclipCopy(text.toUtf8());
-        x->waitForHistory([&](const QJsonArray &items) {
-            return !items.isEmpty() && items[0].toObject()["text"].toString() == text;
-        });
-    }
-    QString submit(QProcess *zenity) const
-    {
-        key(QStringLiteral("Return"));
-        zenity->waitForFinished(5000);
-        return QString::fromUtf8(zenity->readAllStandardOutput()).trimmed();
-    }
-    QStringList texts() const
-    {
-        QStringList list;
-        for (const QJsonValue &v : x->history())
-            list << v.toObject()["text"].toString();
-        return list;
-    }
-
 private slots:
     void initTestCase()
     {
         x = std::make_unique<XSession>();
         QVERIFY(x->isUp());
-        QVERIFY(x->startTray());
         QVERIFY(x->startStashwell({QStringLiteral("QT_LOGGING_RULES=stashwell.shell.info=true")}));
         for (const char *text : {"alpha one", "bravo two", "charlie three"})
-            seed(QString::fromLatin1(text));
-        QCOMPARE(texts(), QStringList({"charlie three", "bravo two", "alpha one"}));
-        QTRY_VERIFY_WITH_TIMEOUT(!x->stashwellTrayIcon().isEmpty(), 5000); // docked in the tray
+            QVERIFY(x->recordCopy(QString::fromLatin1(text)));
+        QVERIFY(x->waitFor([&] { return !x->stashwellTrayIcon().isEmpty(); })); // docked in the tray
     }
     void cleanupTestCase() { x.reset(); }
 
     void toggleFromASecondProcessOpensAndClosesThePalette()
     {
         QVERIFY(!x->stashwellHasVisiblePopup());
-        XSession::Run run = x->runStashwellCommand({"toggle"});
-        QCOMPARE(run.exitCode, 0);
-        QVERIFY(popupShown(true));
-        run = x->runStashwellCommand({"toggle"});
-        QCOMPARE(run.exitCode, 0);
-        QVERIFY(popupShown(false));
+        QCOMPARE(x->runStashwellCommand({"toggle"}).exitCode, 0);
+        QVERIFY(x->waitForPopup(true));
+        QCOMPARE(x->runStashwellCommand({"toggle"}).exitCode, 0);
+        QVERIFY(x->waitForPopup(false));
     }
 
     void listPrintsTheHistory()
     {
         const XSession::Run run = x->runStashwellCommand({"list"});
-        QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.out, QByteArray("1\tcharlie three\n2\tbravo two\n3\talpha one\n"));
-        QVERIFY(run.err.isEmpty());
+        QCOMPARE(run.out + run.err, QByteArray("1\tcharlie three\n2\tbravo two\n3\talpha one\n"));
     }
 
     void pasteNPastesIntoTheApplicationInFront()
     {
         QProcess *zenity = x->startZenityEntry();
-        const XSession::Run run = x->runStashwellCommand({"paste", "2"});
-        QCOMPARE(run.exitCode, 0);
-        QTest::qWait(700); // 100 ms, then the keys
-        QCOMPARE(submit(zenity), QStringLiteral("bravo two"));
+        QVERIFY(zenity);
+        QCOMPARE(x->runStashwellCommand({"paste", "2"}).exitCode, 0);
+        QCOMPARE(x->submitPaste(zenity, QStringLiteral("bravo two")), QStringLiteral("bravo two"));
         const XSession::Run missing = x->runStashwellCommand({"paste", "9"});
         QCOMPARE(missing.exitCode, 1);
         QCOMPARE(missing.err, QByteArray("No entry 9: the history holds 3.\n"));
@@ -88,74 +51,74 @@ private slots:
 
     void aURLReachesTheRunningInstance()
     {
-        const XSession::Run run = x->runStashwellCommand({"stashwell://auth?code=x&state=y"});
-        QCOMPARE(run.exitCode, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(x->stashwellStderr().contains("URL callback received, host auth"), 3000);
+        QCOMPARE(x->runStashwellCommand({"stashwell://auth?code=x&state=y"}).exitCode, 0);
+        QVERIFY(x->waitFor([&] { return x->stashwellStderr().contains("URL callback received, host auth"); }));
         QVERIFY(!x->stashwellStderr().contains("code=x")); // the secret is not logged
-        const XSession::Run bad = x->runStashwellCommand({"https://example.com/"});
-        QCOMPARE(bad.exitCode, 2);
+        const XSession::Run wrong = x->runStashwellCommand({"https://example.com/"});
+        QCOMPARE(wrong.exitCode, 2);
+        QCOMPARE(wrong.err, QByteArray("stashwell: not a stashwell:// URL: https://example.com/\n"
+                                       "Try `stashwell --help` for the commands.\n"));
     }
 
     void pauseFromTheCommandLine()
     {
         QCOMPARE(x->runStashwellCommand({"pause"}).exitCode, 0);
+        const qsizetype skipped = x->stashwellStderr().count("capture.skipped");
         x->xclipCopy("copied while paused");
-        QTest::qWait(800);
-        QVERIFY(!texts().contains("copied while paused"));
+        QVERIFY(x->waitFor([&] { return x->stashwellStderr().count("capture.skipped") > skipped; }));
         QCOMPARE(x->runStashwellCommand({"resume"}).exitCode, 0);
-        seed(QStringLiteral("copied after resume"));
-        QCOMPARE(texts().first(), QStringLiteral("copied after resume"));
+        QVERIFY(x->recordCopy(QStringLiteral("copied after resume")));
+        QVERIFY(!x->texts().contains("copied while paused"));
     }
 
     void trayMenuListsTheRecentEntriesAndPastesOne()
     {
-        const QStringList before = texts();
+        const QStringList before = x->texts();
         QProcess *zenity = x->startZenityEntry();
-        const QPoint icon = x->stashwellTrayIconCentre();
-        x->run(QStringLiteral("xdotool"),
-               {"mousemove", QString::number(icon.x()), QString::number(icon.y()), "click", "3"});
-        QVERIFY(popupShown(true)); // the menu
+        QVERIFY(zenity);
+        x->click(x->stashwellTrayIconCentre(), 3);
+        QVERIFY(x->waitForPopup(true)); // the menu
         // "Open Stashwell", then the recent entries: the second one.
-        key(QStringLiteral("Down"));
-        key(QStringLiteral("Down"));
-        key(QStringLiteral("Down"));
-        key(QStringLiteral("Return"));
-        QVERIFY(popupShown(false));
-        QTest::qWait(700);
-        QCOMPARE(submit(zenity), before.at(1));
+        x->key(QStringLiteral("Down Down Down Return"));
+        QCOMPARE(x->submitPaste(zenity, before.at(1)), before.at(1));
     }
 
     void aPlainClickOnTheTrayIconTogglesThePalette()
     {
         const QPoint icon = x->stashwellTrayIconCentre();
-        x->run(QStringLiteral("xdotool"),
-               {"mousemove", QString::number(icon.x()), QString::number(icon.y()), "click", "1"});
-        QVERIFY(popupShown(true));
-        QTest::qWait(300);
-        x->run(QStringLiteral("xdotool"), {"click", "1"}); // the same icon again closes it
-        QVERIFY(popupShown(false));
-        QTest::qWait(500);
-        QVERIFY(!x->stashwellHasVisiblePopup()); // and does not reopen it
+        x->click(icon, 1);
+        QVERIFY(x->waitForPopup(true));
+        x->click(icon, 1); // the same icon again closes it
+        QVERIFY(x->waitForPopup(false));
+        QCOMPARE(x->runStashwellCommand({"list"}).exitCode, 0); // a round trip: the click is handled
+        QVERIFY(!x->stashwellHasVisiblePopup()); // and did not reopen it
     }
 
     void aSecondPlainStartLeavesOneInstance()
     {
-        const XSession::Run run = x->runStashwellCommand({});
-        QCOMPARE(run.exitCode, 0);
-        QVERIFY(popupShown(true)); // it brings up the history instead
-        key(QStringLiteral("Escape"));
-        QVERIFY(popupShown(false));
+        QCOMPARE(x->runStashwellCommand({}).exitCode, 0);
+        QVERIFY(x->waitForPopup(true)); // it brings up the history instead
+        x->key(QStringLiteral("Escape"));
+        QVERIFY(x->waitForPopup(false));
         QCOMPARE(x->stashwell()->state(), QProcess::Running);
     }
 
     void quitEndsItCleanlyAndThenNothingRuns()
     {
-        const XSession::Run run = x->runStashwellCommand({"quit"});
-        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(x->runStashwellCommand({"quit"}).exitCode, 0);
         QCOMPARE(x->waitForStashwellExit(5000), 0);
         const XSession::Run list = x->runStashwellCommand({"list"});
         QCOMPARE(list.exitCode, 1);
         QCOMPARE(list.err, QByteArray("Stashwell is not running.\n"));
+    }
+
+    void configWorksWhileNothingRunsAndTheNextStartUsesIt()
+    {
+        QCOMPARE(x->runStashwellCommand({"config", "historyLimit", "1000"}).exitCode, 0);
+        QCOMPARE(x->defaults()["historyLimit"], QJsonValue(1000));
+        QCOMPARE(x->runStashwellCommand({"config", "historyLimit", "5"}).exitCode, 2); // the same checks
+        QVERIFY(x->startStashwell());
+        QCOMPARE(x->runStashwellCommand({"config", "historyLimit"}).out, QByteArray("1000\n")); // the running one's
     }
 };
 

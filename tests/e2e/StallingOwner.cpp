@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A CLIPBOARD owner that misbehaves, for the capture robustness tests:
 //   silent            takes the clipboard and never answers a request
 //   slow <ms> <text>  offers <text> as UTF8_STRING and answers every request <ms> late

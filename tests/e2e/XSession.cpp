@@ -1,112 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "e2e/XSession.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QMap>
-#include <QThread>
-#include <csignal>
+#include <QTest>
 
 namespace {
 
-QString freeDisplay()
+XSession::Run execute(const QString &program, const QStringList &args, const QProcessEnvironment &env,
+                      const QByteArray &input)
 {
-    for (int n = 40 + int(QCoreApplication::applicationPid() % 50);; ++n)
-        if (!QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n))
-            && !QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)))
-            return QStringLiteral(":%1").arg(n);
+    QProcess p;
+    p.setProcessEnvironment(env);
+    p.start(program, args);
+    p.write(input);
+    p.closeWriteChannel();
+    if (!p.waitForFinished(15000))
+        p.kill();
+    const bool exited = p.error() == QProcess::UnknownError && p.exitStatus() == QProcess::NormalExit;
+    return {exited ? p.exitCode() : -1, p.readAllStandardOutput(), p.readAllStandardError()};
 }
 
-bool waitFor(const std::function<bool()> &condition, int timeoutMs)
+QByteArray contents(const QString &path)
 {
-    for (int waited = 0; waited < timeoutMs; waited += 25) {
-        if (condition())
-            return true;
-        QTest::qWait(25);
-    }
-    return condition();
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
 
+bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QTest::qWait(25);
+    }
+    return true;
+}
+
 XSession::XSession()
 {
-    QDir().mkpath(dataDir());
-    QDir().mkpath(configDir());
-    installFakeXdgOpen();
-    QDir().mkpath(m_home.path() + QStringLiteral("/runtime"));
-    QFile::setPermissions(m_home.path() + QStringLiteral("/runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    // Parallel tests may race for a display number: an Xvfb that exits lost it, try another.
-    bool serving = false;
-    for (int attempt = 0; attempt < 5 && !serving; ++attempt) {
-        m_display = freeDisplay();
-        startDaemon(m_xvfb, QStringLiteral("Xvfb"),
-                    {m_display, QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x800x24"),
-                     QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-        const QString socket = QStringLiteral("/tmp/.X11-unix/X") + m_display.mid(1);
-        serving = waitFor([&] { return QFileInfo::exists(socket) || m_xvfb->state() != QProcess::Running; }, 10000)
-            && m_xvfb->state() == QProcess::Running;
-    }
-    if (!serving)
-        return;
-    startDaemon(m_wm, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    for (const QString &dir : {dataDir(), configDir(), runtimeDir()})
+        QDir().mkpath(dir);
+    QFile::setPermissions(runtimeDir(), ownerOnly);
+    // The desktop's xdg-open only records the address.
+    const QString xdgOpen = m_home.path() + QStringLiteral("/bin/xdg-open");
+    writeFile(xdgOpen, QStringLiteral("#!/bin/sh\nprintf '%s\\n' \"$1\" >> '%1'\n").arg(openedUrlsFile()).toUtf8());
+    QFile::setPermissions(xdgOpen, ownerOnly);
+    // Xvfb takes a free display and prints its number once it serves it. Without -noreset it would
+    // reset whenever its last client leaves (a probe before openbox connected) and refuse
+    // connections meanwhile: openbox could not start.
+    QProcess *xvfb = start(QStringLiteral("Xvfb"),
+                           {"-displayfd", "1", "-noreset", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    if (waitFor([&] { return xvfb->canReadLine() || xvfb->state() != QProcess::Running; }, 10000) && xvfb->canReadLine())
+        m_display = QLatin1Char(':') + QString::fromLatin1(xvfb->readLine().trimmed());
+    start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
     // The first-run guide is a test of its own; elsewhere it would take the focus.
     setDefaults({{"onboardingCompleted", true}});
     // openbox is up once it owns the window-manager selection.
-    m_up = waitFor([&] { return !run(QStringLiteral("xprop"), {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("not found"); },
-                   10000);
+    m_up = !m_display.isEmpty()
+        && waitFor([&] { return run("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("window id"); }, 10000)
+        && startTray();
 }
 
 XSession::~XSession()
 {
-    if (m_app)
-        stopStashwell();
-    for (QProcess *owner : std::as_const(m_owners) + m_clients) {
-        owner->kill();
-        owner->waitForFinished(1000);
-        delete owner;
-    }
-    for (auto *p : {m_keyring.get(), m_bus.get(), m_wm.get(), m_xvfb.get()}) {
-        if (p) {
-            p->terminate();
-            if (!p->waitForFinished(3000))
-                p->kill();
-        }
+    stopStashwell();
+    // The last started ends first; the X server last.
+    for (auto it = m_processes.crbegin(); it != m_processes.crend(); ++it) {
+        (*it)->terminate();
+        (*it)->waitForFinished(3000);
+        delete *it; // killed if it still runs
     }
 }
 
-QProcessEnvironment XSession::environment() const
+QProcessEnvironment XSession::environment(const QStringList &extraEnv) const
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("DISPLAY"), m_display);
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    env.insert(QStringLiteral("HOME"), m_home.path());
-    env.insert(QStringLiteral("XDG_DATA_HOME"), dataDir());
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), configDir());
-    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_home.path() + QStringLiteral("/runtime"));
-    env.insert(QStringLiteral("PATH"), binDir() + QLatin1Char(':') + env.value(QStringLiteral("PATH")));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    const QString path = m_home.path() + QStringLiteral("/bin:") + env.value(QStringLiteral("PATH"));
+    for (const auto &[name, value] : {std::pair{"DISPLAY", m_display}, {"QT_QPA_PLATFORM", QStringLiteral("xcb")},
+                                      {"HOME", m_home.path()}, {"XDG_DATA_HOME", dataDir()}, {"XDG_CONFIG_HOME", configDir()},
+                                      {"XDG_RUNTIME_DIR", runtimeDir()}, {"PATH", path}, {"NO_AT_BRIDGE", "1"}})
+        env.insert(QLatin1String(name), value);
+    for (const char *name : {"WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "STASHWELL_SERVICE_URL"})
+        env.remove(QLatin1String(name));
     if (!m_busAddress.isEmpty())
         env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
-    env.remove(QStringLiteral("STASHWELL_SERVICE_URL"));
+    for (const QString &pair : extraEnv) {
+        const QString name = pair.section(QLatin1Char('='), 0, 0);
+        const QString value = pair.section(QLatin1Char('='), 1);
+        const bool moreRules = name == QLatin1String("QT_LOGGING_RULES") && env.contains(name);
+        env.insert(name, moreRules ? env.value(name) + QLatin1Char(';') + value : value);
+    }
     return env;
-}
-
-void XSession::installFakeXdgOpen() const
-{
-    const QString script = binDir() + QStringLiteral("/xdg-open");
-    writeFile(script, QStringLiteral("#!/bin/sh\nprintf '%s\\n' \"$1\" >> '%1'\n").arg(openedUrlsFile()).toUtf8());
-    QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 QStringList XSession::openedUrls() const
 {
-    QFile file(openedUrlsFile());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(contents(openedUrlsFile())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 bool XSession::startSecretService()
@@ -118,64 +116,40 @@ bool XSession::startSecretService()
                                      "<auth>EXTERNAL</auth><policy context=\"default\">\n"
                                      "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>\n"
                                      "<allow own=\"*\"/></policy></busconfig>\n")
-                          .arg(m_home.path() + QStringLiteral("/runtime"))
+                          .arg(runtimeDir())
                           .toUtf8());
-    m_bus = std::make_unique<QProcess>();
-    m_bus->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_bus->start(QStringLiteral("dbus-daemon"), {"--config-file=" + config, "--nofork", "--print-address=1"});
+    QProcess *bus = start(QStringLiteral("dbus-daemon"), {"--config-file=" + config, "--nofork", "--print-address=1"});
     // The address is printed once the bus listens.
-    while (!m_bus->canReadLine() && m_bus->waitForReadyRead(10000)) {
-    }
-    m_busAddress = QString::fromUtf8(m_bus->readLine()).trimmed();
-    if (m_busAddress.isEmpty())
+    if (!waitFor([&] { return bus->canReadLine(); }, 10000))
         return false;
+    m_busAddress = QString::fromUtf8(bus->readLine()).trimmed();
 
-    m_keyring = std::make_unique<QProcess>();
-    m_keyring->setProcessEnvironment(environment());
-    m_keyring->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_keyring->setStandardOutputFile(QProcess::nullDevice());
+    QProcess *keyring = start(QStringLiteral("gnome-keyring-daemon"), {"--foreground", "--unlock", "--components=secrets"});
     // --unlock reads the login keyring's password from standard input (and creates the keyring).
-    m_keyring->start(QStringLiteral("gnome-keyring-daemon"), {"--foreground", "--unlock", "--components=secrets"});
-    m_keyring->waitForStarted(5000);
-    m_keyring->write("stashwell-test");
-    m_keyring->closeWriteChannel();
+    keyring->write("stashwell-test");
+    keyring->closeWriteChannel();
     const auto onTheBus = [&] {
-        return run(QStringLiteral("dbus-send"),
-                   {"--session", "--print-reply", "--reply-timeout=2000", "--dest=org.freedesktop.DBus", "/",
-                    "org.freedesktop.DBus.NameHasOwner", "string:org.freedesktop.secrets"})
+        return run("dbus-send", {"--session", "--print-reply", "--reply-timeout=2000", "--dest=org.freedesktop.DBus", "/",
+                                 "org.freedesktop.DBus.NameHasOwner", "string:org.freedesktop.secrets"})
             .contains("boolean true");
     };
-    return waitFor([&] { return m_keyring->state() != QProcess::Running || onTheBus(); }, 10000)
-        && m_keyring->state() == QProcess::Running;
+    return waitFor([&] { return keyring->state() != QProcess::Running || onTheBus(); }, 10000)
+        && keyring->state() == QProcess::Running;
 }
 
-void XSession::startDaemon(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &args)
+QProcess *XSession::start(const QString &program, const QStringList &args) const
 {
-    process = std::make_unique<QProcess>();
+    auto *process = new QProcess;
     process->setProcessEnvironment(environment());
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process->setStandardOutputFile(QProcess::nullDevice());
     process->start(program, args);
     process->waitForStarted(5000);
+    m_processes << process;
+    return process;
 }
 
-QByteArray XSession::run(const QString &program, const QStringList &args, const QByteArray &input, int *exitCode) const
+QByteArray XSession::run(const QString &program, const QStringList &args, const QByteArray &input) const
 {
-    QProcess p;
-    p.setProcessEnvironment(environment());
-    p.start(program, args);
-    p.write(input);
-    p.closeWriteChannel();
-    p.waitForFinished(10000);
-    if (exitCode)
-        *exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    return p.readAllStandardOutput();
-}
-
-void XSession::xclipCopy(const QByteArray &data, const QString &type) const
-{
-    // xclip forks a child that owns the selection until another client takes it.
-    run(QStringLiteral("xclip"), {"-selection", "clipboard", "-t", type, "-i"}, data);
+    return execute(program, args, environment(), input).out;
 }
 
 void XSession::copyTypes(const QList<std::pair<QString, QByteArray>> &types) const
@@ -186,44 +160,30 @@ void XSession::copyTypes(const QList<std::pair<QString, QByteArray>> &types) con
         writeFile(path, data);
         args << type + QLatin1Char('=') + path;
     }
-    auto *owner = new QProcess;
-    owner->setProcessEnvironment(environment());
-    owner->setProcessChannelMode(QProcess::ForwardedChannels);
-    owner->start(QStringLiteral(STASHWELL_CLIP_OWNER), args);
-    owner->waitForReadyRead(5000); // it says "owned" once it holds the selection
-    m_owners << owner;
+    // It says "owned" once it holds the selection.
+    QProcess *owner = start(QStringLiteral(STASHWELL_CLIP_OWNER), args);
+    waitFor([&] { return owner->canReadLine() || owner->state() != QProcess::Running; }, 10000);
 }
 
 bool XSession::startStashwell(const QStringList &extraEnv)
 {
     m_app = std::make_unique<QProcess>();
-    QProcessEnvironment env = environment();
-    for (const QString &pair : extraEnv)
-        env.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
-    m_app->setProcessEnvironment(env);
+    m_app->setProcessEnvironment(environment(QStringList{"QT_LOGGING_RULES=stashwell.usage.info=true"} + extraEnv));
     m_app->setStandardOutputFile(QProcess::nullDevice());
     m_stderr.clear();
-    QObject::connect(m_app.get(), &QProcess::readyReadStandardError, m_app.get(),
-                     [this] { m_stderr += m_app->readAllStandardError(); });
     m_app->start(QStringLiteral(STASHWELL_BIN), {});
-    if (!m_app->waitForStarted(5000))
-        return false;
-    // The store creates its directories when the monitor starts; a few polls later it is watching.
-    const bool ready = waitFor([&] { return QFileInfo::exists(historyDir() + QStringLiteral("/thumbs")); }, 10000);
-    QTest::qWait(400);
-    return ready && m_app->state() == QProcess::Running;
+    // It answers a second process once the launch is over and its event loop runs.
+    const auto answers = [&] { return runStashwellCommand({"list"}).exitCode == 0; };
+    return m_app->waitForStarted(5000) && waitFor([&] { return m_app->state() != QProcess::Running || answers(); }, 20000)
+        && m_app->state() == QProcess::Running;
 }
 
 int XSession::stopStashwell()
 {
-    if (!m_app)
-        return -1;
-    m_app->terminate(); // SIGTERM; nothing when it has ended already (no kill(0, ...))
-    if (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(10000))
-        m_app->kill();
-    m_stderr += m_app->readAllStandardError();
-    const int code = m_app->exitStatus() == QProcess::NormalExit ? m_app->exitCode() : -1;
-    m_app.reset();
+    if (m_app)
+        m_app->terminate(); // SIGTERM
+    const int code = waitForStashwellExit(10000);
+    m_app.reset(); // killed if it still runs
     return code;
 }
 
@@ -234,12 +194,32 @@ QByteArray XSession::stashwellStderr()
     return m_stderr;
 }
 
+int XSession::waitForStashwellEnd(int timeoutMs, QProcess::ExitStatus how, int otherwise)
+{
+    if (!m_app || (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(timeoutMs)))
+        return otherwise;
+    m_stderr += m_app->readAllStandardError();
+    const int result = m_app->exitStatus() == how ? m_app->exitCode() : otherwise;
+    m_app.reset(); // ended: nothing left to stop
+    return result;
+}
+
+XSession::Run XSession::runStashwellCommand(const QStringList &args, const QStringList &extraEnv) const
+{
+    return execute(QStringLiteral(STASHWELL_BIN), args, environment(extraEnv), {});
+}
+
 QJsonArray XSession::history() const
 {
-    QFile file(historyDir() + QStringLiteral("/history.json"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QJsonDocument::fromJson(file.readAll()).array();
+    return QJsonDocument::fromJson(contents(historyDir() + QStringLiteral("/history.json"))).array();
+}
+
+QStringList XSession::texts() const
+{
+    QStringList list;
+    for (const QJsonValue &item : history())
+        list << item[QLatin1String("text")].toString();
+    return list;
 }
 
 void XSession::writeFile(const QString &path, const QByteArray &bytes) const
@@ -250,164 +230,90 @@ void XSession::writeFile(const QString &path, const QByteArray &bytes) const
         file.write(bytes);
 }
 
+QJsonObject XSession::defaults() const
+{
+    return QJsonDocument::fromJson(contents(defaultsFile())).object();
+}
+
 void XSession::setDefaults(const QJsonObject &values) const
 {
-    QFile file(defaultsFile());
-    QJsonObject merged = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-    file.close();
+    QJsonObject merged = defaults();
     for (auto it = values.begin(); it != values.end(); ++it)
         merged.insert(it.key(), it.value());
     writeFile(defaultsFile(), QJsonDocument(merged).toJson());
 }
 
-QString XSession::activeWindow() const
-{
-    return QString::fromUtf8(run(QStringLiteral("xprop"), {"-root", "_NET_ACTIVE_WINDOW"})).section(QLatin1Char('#'), 1).trimmed();
-}
-
-bool XSession::stashwellHasVisibleWindow() const
-{
-    return !stashwellWindows().isEmpty();
-}
-
 QProcess *XSession::startZenityEntry()
 {
-    const QString before = activeWindow();
-    auto *zenity = new QProcess;
-    zenity->setProcessEnvironment(environment());
-    zenity->start(QStringLiteral("zenity"), {"--entry", "--title=Paste target", "--text=Paste here"});
-    m_clients << zenity;
-    // Ready once the window manager made it the active window.
-    waitFor([&] { return activeWindow() != before && !activeWindow().startsWith(QLatin1String("0x0")); }, 10000);
-    QTest::qWait(300);
-    return zenity;
+    if (m_zenity)
+        m_zenity->kill();
+    m_zenity = start(QStringLiteral("zenity"), {"--entry", "--title=Paste target", "--text=Paste here"});
+    m_pastesBefore = stashwellStderr().count("paste.result");
+    // Ready once it is the active window and holds the keyboard focus (xdotool names the focused
+    // window's top level): a key typed before can go elsewhere. Both are asked in one call.
+    const QByteArray pid = QByteArray::number(m_zenity->processId());
+    const bool ready = waitFor([&] {
+        return run("xdotool", {"getactivewindow", "getwindowpid", "getwindowfocus", "getwindowpid"}) == pid + '\n' + pid + '\n';
+    }, 10000);
+    return ready ? m_zenity : nullptr;
 }
 
-void XSession::screenshot(const QString &path) const
+QString XSession::submitPaste(QProcess *zenity, const QString &expected)
 {
-    run(QStringLiteral(STASHWELL_SCREENSHOT), {path});
-}
-
-int XSession::waitForStashwellCrash(int timeoutMs)
-{
-    if (!m_app || !m_app->waitForFinished(timeoutMs))
-        return 0;
-    m_stderr += m_app->readAllStandardError();
-    const int signal = m_app->exitStatus() == QProcess::CrashExit ? m_app->exitCode() : 0;
-    m_app.reset(); // ended: nothing left to stop
-    return signal;
+    // Stashwell reports a paste once its keys are posted; the entry then fetches the clipboard.
+    // Ctrl+A selects what the entry holds, which makes it the PRIMARY selection: readable before
+    // the dialog is submitted.
+    waitFor([&] {
+        if (stashwellStderr().count("paste.result") <= m_pastesBefore)
+            return false;
+        key(QStringLiteral("ctrl+a"));
+        return run("xclip", {"-o", "-selection", "primary"}) == expected.toUtf8();
+    }, 10000);
+    key(QStringLiteral("Return"));
+    zenity->waitForFinished(5000);
+    return QString::fromUtf8(zenity->readAllStandardOutput()).trimmed();
 }
 
 bool XSession::startTray()
 {
-    // trayer (GTK) now and then fails to come up on a fresh server: give it a few tries.
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        auto *tray = new QProcess;
-        tray->setProcessEnvironment(environment());
-        tray->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        tray->setStandardOutputFile(QProcess::nullDevice());
-        tray->start(QStringLiteral("trayer"), {"--edge", "top", "--align", "right", "--widthtype", "request",
-                                              "--height", "28", "--SetDockType", "true", "--SetPartialStrut", "false",
-                                              "--transparent", "false", "--tint", "0x2b2b2b", "--expand", "true"});
-        m_clients << tray;
-        const bool up = tray->waitForStarted(5000) && waitFor([&] {
-            return tray->state() != QProcess::Running
-                || !run(QStringLiteral("xdotool"), {"search", "--class", "trayer"}).trimmed().isEmpty();
-        }, 8000);
-        if (up && tray->state() == QProcess::Running)
-            return true;
-        tray->kill();
-        tray->waitForFinished(1000);
+    const auto up = [&] {
+        return m_tray && m_tray->state() == QProcess::Running
+            && !run("xdotool", {"search", "--onlyvisible", "--class", "trayer"}).isEmpty();
+    };
+    // trayer now and then stays unmapped on a fresh server: another one is tried then.
+    for (int attempt = 0; attempt < 3 && !up(); ++attempt) {
+        if (m_tray)
+            m_tray->kill();
+        m_tray = start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "28",
+                                  "--SetDockType", "true", "--SetPartialStrut", "false", "--transparent", "false",
+                                  "--tint", "0x2b2b2b", "--expand", "true"});
+        waitFor([&] { return m_tray->state() != QProcess::Running || up(); }, 4000);
     }
-    return false;
+    return up();
 }
-
-namespace {
-
-constexpr int trayIconMaxSide = 64;
-
-bool isTrayIconSized(const QRect &frame)
-{
-    return frame.width() <= trayIconMaxSide && frame.height() <= trayIconMaxSide;
-}
-
-} // namespace
 
 QList<XSession::Window> XSession::stashwellWindows() const
 {
     QList<Window> windows;
     if (!m_app)
         return windows;
-    const QByteArray ids =
-        run(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
+    const QByteArray ids = run("xdotool", {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
     for (const QByteArray &id : ids.split('\n')) {
-        if (id.trimmed().isEmpty())
+            if (id.isEmpty())
             continue;
         // `getwindowgeometry --shell`: X, Y (on the screen), WIDTH, HEIGHT, one per line.
         QMap<QByteArray, int> g;
-        for (const QByteArray &line : run(QStringLiteral("xdotool"), {"getwindowgeometry", "--shell", id.trimmed()}).split('\n'))
-            if (line.contains('='))
-                g.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1).toInt());
-        windows.append({QString::fromLatin1(id.trimmed()), QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"))});
+        for (const QByteArray &line : run("xdotool", {"getwindowgeometry", "--shell", id}).split('\n'))
+            g.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1).toInt());
+        windows.append({QString::fromLatin1(id), QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"))});
     }
     return windows;
 }
 
-QString XSession::stashwellTrayIcon() const
+XSession::Window XSession::stashwellWindow(bool trayIcon) const
 {
     for (const Window &window : stashwellWindows())
-        if (isTrayIconSized(window.frame))
-            return window.id;
+        if ((window.frame.width() <= 64 && window.frame.height() <= 64) == trayIcon)
+            return window;
     return {};
-}
-
-QPoint XSession::stashwellTrayIconCentre() const
-{
-    for (const Window &window : stashwellWindows())
-        if (isTrayIconSized(window.frame))
-            return window.frame.center();
-    return {};
-}
-
-QRect XSession::stashwellPopup() const
-{
-    for (const Window &window : stashwellWindows())
-        if (!isTrayIconSized(window.frame))
-            return window.frame;
-    return {};
-}
-
-bool XSession::stashwellHasVisiblePopup() const
-{
-    return !stashwellPopup().isNull();
-}
-
-XSession::Run XSession::runStashwellCommand(const QStringList &args, const QStringList &extraEnv) const
-{
-    QProcess p;
-    QProcessEnvironment env = environment();
-    for (const QString &pair : extraEnv)
-        env.insert(pair.section(QLatin1Char('='), 0, 0), pair.section(QLatin1Char('='), 1));
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(STASHWELL_BIN), args);
-    p.closeWriteChannel();
-    Run result;
-    if (!p.waitForFinished(15000))
-        p.kill();
-    result.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    result.out = p.readAllStandardOutput();
-    result.err = p.readAllStandardError();
-    return result;
-}
-
-int XSession::waitForStashwellExit(int timeoutMs)
-{
-    if (!m_app)
-        return -1;
-    if (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(timeoutMs))
-        return -1;
-    m_stderr += m_app->readAllStandardError();
-    const int code = m_app->exitStatus() == QProcess::NormalExit ? m_app->exitCode() : -1;
-    m_app.reset(); // ended: nothing left to stop
-    return code;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // In-memory stand-ins for the keychain and the browser of the cloud account and sync.
 #include "cloud/Keychain.h"

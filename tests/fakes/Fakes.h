@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // In-memory stand-ins for the platform collaborators of the services.
 #include "common/Clock.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The web service as tests see it: a small HTTP/1.1 server on 127.0.0.1 that records every
 // request and answers as scripted. It runs on a thread of its own, so a test may block its

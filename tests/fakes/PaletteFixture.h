@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The palette controller with the real model, view, paste service and notice, over fakes of
 // the clipboard, key poster, snapshot reader, active window and notice timeline.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The settings window's and the guide's collaborators: the accessibility permission, the
 // one-second timers (fired by hand), and a fixture with a real store, settings and cloud account.

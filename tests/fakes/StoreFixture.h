@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // A history store in a temporary directory with in-memory settings and a fake clock.
 #include "app/AppSettings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The keychain against a real Secret Service (gnome-keyring-daemon on a private session bus,
 // see with-secret-service.sh): round trips, absent versus empty, update in place.
 #include "cloud/KeychainStore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `stashwell-ui-screenshots <dir>`: renders every settings tab and every page of the first-run
 // guide to PNG files, in English and German, over in-memory settings and a few installed
 // applications (scripts/screenshots runs it; the PNGs live in docs/screenshots/).

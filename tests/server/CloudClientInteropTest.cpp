@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The cloud account and sync against their real peer: a client signs in through the reference
 // server's sign-in page, driven over HTTP as a browser would, pushes its settings and takes the
 // service's copy after a conflict.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Starts the real stashwell-server for a test: a free port, a temporary database and the test
 // endpoint (/test/received). Header-only so any test can include it as

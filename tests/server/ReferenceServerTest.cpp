@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Drives the real stashwell-server over HTTP: PKCE sign-in, account and sync endpoints, bad input, limits.
 #include "server/ReferenceServerProcess.h"
 

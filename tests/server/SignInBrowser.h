@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The browser's part of a sign-in at the reference server, driven over HTTP: it
 // loads the sign-in page that the application opened, submits the page's form with an e-mail

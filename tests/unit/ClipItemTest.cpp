@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A history entry: its content hash, size, title, search text and JSON form.
 #include "capture/ClipItem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The monitor against a fake clipboard: what each copy becomes, what is never recorded, reads once.
 #include "capture/ClipboardMonitor.h"
 #include "capture/SecurityPolicy.h"

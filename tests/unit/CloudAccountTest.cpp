@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sign-in to the web service against a local HTTP server standing in for it.
 #include "cloud/CloudAccount.h"
 #include "fakes/CloudFakes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings sync against a local HTTP server standing in for the web service.
 #include "app/AppSettings.h"
 #include "cloud/CloudAccount.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The `stashwell` command line: parsing, forwarding to the running instance, exit statuses, the socket.
 #include "app/SingleInstance.h"
 

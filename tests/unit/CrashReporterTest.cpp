@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Crash reports built from diagnostics and posted to a local HTTP server; the crash handler
 // itself runs in forked children that really crash.
 #include "diagnostics/CrashFiles.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rotating tester log: timestamped private lines, rotated once the file is over 512 KiB.
 #include "diagnostics/DebugLog.h"
 #include "fakes/Fakes.h"

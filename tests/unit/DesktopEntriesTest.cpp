@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Desktop entries: those that name the application in front, and Stashwell's own (stashwell:// URLs).
 #include "fakes/TestFiles.h"
 #include "platform/DesktopEntries.h"

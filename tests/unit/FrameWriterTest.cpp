@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Frames reach the socket whole and in order despite short writes, interruptions and a full
 // socket; a peer that stops reading costs at most the cap.
 #include "bridge/FrameWriter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The notice: one at a time, fading in, staying, fading out; it never takes focus or clicks.
 #include "fakes/PasteFakes.h"
 #include "paste/HUDToast.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The history store: de-duplication, bursts, limits, side files, the file and its failures.
 #include "common/FileSafety.h"
 #include "fakes/StoreFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The usage statistics reporter against a fake clock and a local HTTP server.
 #include "app/AppSettings.h"
 #include "diagnostics/ImproveEvents.h"

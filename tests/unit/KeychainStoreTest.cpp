@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real QtKeychain back end without a Secret Service: a read looks like a missing item,
 // writes are silent, and neither waits for the time-out.
 #include "cloud/KeychainStore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The interface language: the catalogue complete in every language and holding every key the
 // code asks for, and live switching of Stashwell's texts and Qt's own.
 #include "app/UpdaterStrings.h"

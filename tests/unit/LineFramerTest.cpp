@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The companion's byte stream cut into lines, however it was split into reads, with a cap on
 // the length of one line.
 #include "bridge/LineFramer.h"

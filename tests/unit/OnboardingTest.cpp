@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The first-run guide: its pages and completion, when it opens at launch, and its permission page.
 #include "fakes/SettingsFakes.h"
 #include "onboarding/OKRootView.h"

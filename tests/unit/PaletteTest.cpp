@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The palette: its model (query, filters, counts, selection), its view, and the controller's
 // opening, keys, copy and paste choices and usage events.
 #include "fakes/PaletteFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The paste service against fakes: what each entry puts on the clipboard, the keys, and restoring.
 #include "capture/SecurityPolicy.h"
 #include "fakes/PaletteFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which copies are never recorded: secret and transient markers, password managers, excluded apps.
 #include "app/AppSettings.h"
 #include "capture/SecurityPolicy.h"

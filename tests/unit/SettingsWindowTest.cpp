@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings window over a real store, settings and cloud account.
 #include "fakes/SettingsFakes.h"
 #include "settings/SettingsRouter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the running instance does with a command, from the command line and from the tray.
 #include "app/ShellCommands.h"
 #include "app/StatusItemController.h"

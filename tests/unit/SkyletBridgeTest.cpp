@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bridge against a real companion listening at $XDG_DATA_HOME/Skylet/bridge.sock (a temporary dir).
 #include "bridge/SkyletBridge.h"
 #include "common/Paths.h"

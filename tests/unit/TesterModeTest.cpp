@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Tester mode's uploads of the tester log and this process's own log, each covering the time
 // since the one before and cut to their last 700000 characters.
 #include "diagnostics/AppMessageLog.h"

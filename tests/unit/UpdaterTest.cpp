@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Updates: reading the appcast and ordering versions, and the updater's checks (asked for and
 // scheduled) against a local HTTP server, answered through the real update dialog.
 #include "app/Appcast.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The companion's message format: key order, absent fields, escaping, numbers, and the
 // rejection of anything that breaks a record's rules.
 #include "bridge/WidgetMessage.h"
