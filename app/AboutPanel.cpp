@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AboutPanel.h"
 
 #include "l10n/L10n.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The about panel of the tray menu: icon, "Stashwell", version and build.
 #include <QPointer>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The update feed, a Sparkle appcast (RSS 2.0 with the Sparkle namespace).
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The clear-history question of the tray menu (also offered by the history settings).
 #include <functional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The `stashwell` command line: what a launch asks for, and the one-line request form in
 // which a second process hands it to the running instance (SingleInstance).

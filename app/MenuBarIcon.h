@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The tray icon's drawing. The clipboard glyph in a light tint with a faint dark
 // rim, so that it reads on dark and light panels alike (no template tinting on Linux); a

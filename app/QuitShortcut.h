@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The application's keyboard commands besides the palette's. Qt's text widgets bind the
 // editing keys (undo, redo, cut, copy, paste, select all) by themselves, so what is left is

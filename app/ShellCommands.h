@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the running instance does with a command from the command line (SingleInstance),
 // or with the command it was itself started with.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // One Stashwell per user and display, which also receives stashwell:// URLs and commands: the
 // first process listens on a private local socket; a later one hands its command over it,

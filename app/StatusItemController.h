@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The tray icon and its menu. A plain click toggles the palette; a right click
 // (or Super + click) opens a menu, built fresh each time, with the five most
@@ -9,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <functional>
 
 class AppSettings;
@@ -34,6 +36,9 @@ public:
     std::function<void()> onCheckForUpdates;
     std::function<void()> onShowAbout;
     std::function<void()> onQuit;
+    // Runs once when a tray appears after the start found none.
+    std::function<void()> onTrayAppeared;
+    static constexpr int trayPollMs = 3000; // only while there is no tray
 
     QSystemTrayIcon *statusItem() const { return m_statusItem; }
     MenuBarIcon::State iconState() const { return m_iconState; }
@@ -61,5 +66,6 @@ private:
     ClearHistoryDialog m_clearDialog;
     QSystemTrayIcon *m_statusItem;
     QPointer<QMenu> m_menu;
+    QTimer m_trayPoll;
     MenuBarIcon::State m_iconState = MenuBarIcon::State::active;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The updater's own window: "Checking…" with Cancel, then
 // "up to date", "new version" (notes, release-notes link, Download / Skip / Later) or

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // How the updater talks to the user. The real one is UpdateDialog; tests record the calls.
 #include "app/Appcast.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The appcast updater: check now with its own dialog, a persisted automatic-check flag, and
 // scheduled background checks. Its state lives in the defaults store under the usual appcast

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The update dialog's own texts, in the fourteen languages. They are kept apart from the
 // application's catalogue, which holds only the interface's own keys.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Process entry: a tray agent with no window and no task-bar entry.
 #include "app/AppDelegate.h"
 #include "app/AppSettings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The companion socket's byte stream cut into newline-terminated messages.
 #include <QByteArray>

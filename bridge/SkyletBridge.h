@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The client end of the local socket to the companion notch application, Skylet.
 // While connected it keeps the companion supplied with a "widget.state" declaration, follows

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The companion's message format. Every record is a plain value compared field by field;
 // fields are declared in the order of the keys in the encoded JSON. `std::optional` = an

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Turns each copy of another application into a capture. Every change of the clipboard is
 // read once, off the main thread, and decided on that one snapshot alone.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The history, newest first, and its files.
 #include "capture/ClipItem.h"

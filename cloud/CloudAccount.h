@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The optional sign-in to the vendor's web service. The browser does the sign-in
 // (PKCE, S256); the result comes back as stashwell://auth?code=…&state=… and the code plus the

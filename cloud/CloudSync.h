@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Keeps the ten synchronised preferences (SyncPayload) in step across the user's
 // machines while signed in. The whole blob travels with a service version; a stale push is

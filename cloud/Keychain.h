@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The application's small secrets, as string values keyed by an account name.
 // Every call goes to the store (no cache); no operation reports an error: a failed read

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The Keychain on Linux: QtKeychain, i.e. the Secret Service through libsecret
 // (KWallet on KDE), one service name for every item of the application.

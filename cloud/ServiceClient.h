@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The requests of the account and the sync to the vendor's web service: JSON over HTTP with an
 // optional bearer token, a 60-second time-out, answers delivered on the caller's thread.

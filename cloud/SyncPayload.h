@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The ten preferences that travel between machines, and their blob: compact JSON
 // with keys in ascending order, absent fields left out.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // A top-level window that reports its closing, so that its controller can drop it at once
 // (the settings window and the first-run guide).

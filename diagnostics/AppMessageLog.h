@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The log of this process where there is no journal: the application's own Qt messages,
 // the most recent ones kept in memory, for the tester mode's log export.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What a crash diagnostic carries (read back from a crash file), and a payload of them
 // as delivered at launch.

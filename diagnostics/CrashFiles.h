@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The crash files the handler writes into the diagnostics directory,
 // "crash-<time>-<pid>.crash", and how the next launch reads them back as diagnostics.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Crash capture: at a fatal signal the handler writes the signal and the raw stack frames
 // to a file whose name and header were prepared at install time, then lets the default

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Forwards crash diagnostics of this application to the vendor's web service,
 // one JSON report per crash. The diagnostics come from the crash files that

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The small rotating tester log, "tester.log" and "tester.log.1" in the
 // diagnostics directory. One lock serialises writing, rotating and reading.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The static facts the diagnostics services (usage statistics, crash reports) share:
 // the web-service root, the installation identifier, the build's versions and the platform.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Usage statistics: the event lines of "improve-queue.jsonl" and the upload body.
 #include <QByteArray>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // "improve-queue.jsonl", one compact JSON event per line. Every failure is
 // ignored (the events are lost); only the reporter's serial worker touches it.

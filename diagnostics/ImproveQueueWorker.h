@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The usage reporter's private serial queue. Lives on its own thread; every access to
 // the queue file and to `inFlight` happens here, and so does the upload, so that the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Anonymous usage statistics ("Help improve Stashwell"), queued in
 // "improve-queue.jsonl" and uploaded in batches of up to 200 events.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The system log of this process, for the tester mode's upload: the journal entries of this
 // process where a journal exists, else the application's own message log. Either way each

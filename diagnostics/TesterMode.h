@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The hidden tester mode. While on, the tail of the tester log and this process's
 // own system log go to the vendor's web service every 30 minutes. Eight quick clicks on the

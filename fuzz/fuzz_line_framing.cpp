@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Framing fuzzer for the companion socket: the lines read from a stream do not depend on how
 // the stream was cut into reads, match a plain model of the rules, and the buffer stays under
 // its cap.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Decoder fuzzer for the companion's messages: any bytes either fail to decode or give a
 // message that encodes to one line and decodes back to the same value, with a byte-stable
 // encoding.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Hosts the current page with its footer (back, page dots, primary
 // button, or the waiting notice with `later`), advances on its own once a permission is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The guide's page building blocks (generic: they know nothing of this application beyond
 // what they are given).

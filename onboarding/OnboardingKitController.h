@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The generic step-based guide window. It knows nothing of
 // this application: steps, texts and what completion means are given to it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // This application's first-run guide: its four pages, button
 // texts and completion (onboardingCompleted), over the generic OnboardingKitController.

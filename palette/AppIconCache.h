@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Small application icons by application ID (the desktop-entry ID), for the palette's rows.
 #include <QHash>

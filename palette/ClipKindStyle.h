@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Each entry kind's tint and symbol.
 #include "capture/ClipItem.h"

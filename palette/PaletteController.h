@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The one owner of the palette. Opens and places the panel, routes its keys,
 // and turns the choice of an entry into a paste or a copy (`confirm`, the single way to

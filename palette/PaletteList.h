@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The list of visible entries. A virtualised QListView over the model's `visible`
 // list, with `PaletteRowDelegate` drawing each `PaletteRow`, so 5,000 entries scroll freely.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The state behind the palette: query, filter, visible entries, selection, clock.
 #include "capture/ClipItem.h"

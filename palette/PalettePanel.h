@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The panel that hosts the palette. A Qt::Popup, so override-redirect: it takes the keyboard
 // and pointer without ever changing the active window, so the application the user was in

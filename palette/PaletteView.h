@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The palette's content: search field, filter chips, list and preview, hints.
 #include "palette/PaletteModel.h"

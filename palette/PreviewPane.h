@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The selected entry, large, with its kind, source, date and size.
 #include "capture/ClipItem.h"

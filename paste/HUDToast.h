@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // A short notice near the bottom of the primary screen that fades out by itself.
 // Callers pass localized text.

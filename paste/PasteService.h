@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Puts an entry back on the clipboard and types the paste shortcut into the
 // window in front, optionally restoring the previous clipboard afterwards.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The timers and animations of the HUD toast, behind a seam so tests can drive them.
 #include <QHash>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The notice window of HUDToast: the text on a translucent capsule. It never takes focus
 // and lets clicks through to the window below.

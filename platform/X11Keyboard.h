@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The keyboard and modifier mappings of an X display, for posting and grabbing keys.
 // Only platform/ includes this.

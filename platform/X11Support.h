@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Shared xcb helpers of the Linux layer. Only platform/ includes this.
 #include <QByteArray>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Router.h"
 
 void Router::add(const QByteArray &method, const QString &path, HttpServer::Handler handler)

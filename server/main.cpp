@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // stashwell-server: the self-hostable reference of the web service Stashwell talks to.
 #include "server/AccountEndpoints.h"
 #include "server/HttpServer.h"
