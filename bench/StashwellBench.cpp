@@ -39,17 +39,6 @@ template <typename F> double millis(F &&work)
     return timer.nsecsElapsed() / 1e6;
 }
 
-qint64 residentKiB(qint64 pid)
-{
-    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLongLong();
-    return -1;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
@@ -117,7 +106,7 @@ int main(int argc, char *argv[])
     }
     QTest::qWait(3000);
     std::printf("idle RSS of stashwell with %d entries: %.1f MiB\n", historySize,
-                residentKiB(x.stashwell()->processId()) / 1024.0);
+                x.stashwellMemoryKiB("VmRSS") / 1024.0);
 
     // Hot key to palette mapped, first opening (builds the panel) and then warm ones, with
     // an application in front (X delivers no key grab while no window has the focus).
@@ -140,6 +129,6 @@ int main(int argc, char *argv[])
     std::printf("palette open, warm: median %.1f ms, worst %.1f ms (%lld openings)\n", opens[opens.size() / 2],
                 opens.last(), qint64(opens.size()));
     std::printf("idle RSS after %lld openings: %.1f MiB\n", qint64(opens.size() + 1),
-                residentKiB(x.stashwell()->processId()) / 1024.0);
+                x.stashwellMemoryKiB("VmRSS") / 1024.0);
     return 0;
 }

@@ -38,16 +38,6 @@ class CaptureRobustnessE2ETest : public QObject {
         }
         return all;
     }
-    qint64 peakResidentKiB() const
-    {
-        QFile status(QStringLiteral("/proc/%1/status").arg(x->stashwell()->processId()));
-        if (!status.open(QIODevice::ReadOnly))
-            return -1;
-        for (const QByteArray &line : status.readAll().split('\n'))
-            if (line.startsWith("VmHWM:"))
-                return line.mid(6).trimmed().split(' ').value(0).toLongLong();
-        return -1;
-    }
 
 private slots:
     void initTestCase()
@@ -87,13 +77,13 @@ private slots:
 
     void hugeOfferIsRefusedUnread()
     {
-        const qint64 before = peakResidentKiB();
+        const qint64 before = x->stashwellMemoryKiB("VmHWM");
         QProcess *huge = startOwner({QStringLiteral("huge"), QString::number(200 * 1024 * 1024)});
         QVERIFY(huge && waitForLine(huge, "request"));
         QVERIFY(x->recordCopy(QStringLiteral("copied after the huge offer")));
         QTRY_COMPARE_WITH_TIMEOUT(huge->state(), QProcess::NotRunning, 10000); // it lost the clipboard
         QVERIFY(!huge->readAllStandardOutput().contains("transfer")); // not one chunk was asked for
-        const qint64 peak = peakResidentKiB();
+        const qint64 peak = x->stashwellMemoryKiB("VmHWM");
         qInfo("peak RSS %lld KiB before, %lld KiB after a 200 MiB offer", before, peak);
         QVERIFY2(peak > 0 && peak < 150 * 1024, qPrintable(QString::number(peak)));
     }

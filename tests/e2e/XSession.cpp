@@ -33,6 +33,18 @@ QByteArray contents(const QString &path)
 
 } // namespace
 
+qint64 XSession::stashwellMemoryKiB(const char *field)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(m_app ? m_app->processId() : 0));
+    if (!m_app || !status.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray prefix = QByteArray(field) + ':';
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith(prefix))
+            return line.mid(prefix.size()).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
 bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
 {
     const QDeadlineTimer deadline(timeoutMs);

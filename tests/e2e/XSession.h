@@ -19,6 +19,8 @@ public:
 
     // Polls `condition`, processing events, until it holds or `timeoutMs` passed; whether it held.
     static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);
+    // A memory figure of stashwell from /proc/<pid>/status in KiB ("VmRSS", "VmHWM"); -1 when unreadable.
+    qint64 stashwellMemoryKiB(const char *field);
 
     QString dataDir() const { return m_home.path() + QStringLiteral("/data"); } // XDG_DATA_HOME
     QString configDir() const { return m_home.path() + QStringLiteral("/config"); }
