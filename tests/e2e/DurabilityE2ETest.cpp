@@ -59,7 +59,7 @@ class DurabilityE2ETest : public QObject {
         const QString icon = x->stashwellTrayIcon();
         const QPoint centre = x->stashwellTrayIconCentre();
         x->run("xdotool", {"mousemove", "640", "700"}); // away first, so that a new tooltip opens
-        QTest::qWait(300);
+        XSession::waitFor([&] { return x->stashwellWindows().size() <= 1; }); // an old tooltip has gone
         int height = 0;
         for (int nudge = 0; nudge < 4 && !height; ++nudge) {
             x->run("xdotool", {"mousemove", QString::number(centre.x() + nudge % 2), QString::number(centre.y())});
