@@ -117,6 +117,28 @@ QString ClipItem::searchText() const
     return parts.join(QLatin1Char(' '));
 }
 
+void ClipItem::updateSearchKey()
+{
+    searchKey.folded = SearchKey::fold(searchText());
+}
+
+QByteArray SearchKey::fold(const QString &text)
+{
+    // ASCII, by far the most common, is lower-cased byte by byte; anything else takes Qt's case mapping.
+    QByteArray folded(text.size(), Qt::Uninitialized);
+    char *out = folded.data();
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u >= 0x80) {
+            folded = text.toLower().toUtf8();
+            folded.squeeze(); // the encoder reserves three bytes a character
+            return folded;
+        }
+        *out++ = char(u >= 'A' && u <= 'Z' ? u + ('a' - 'A') : u);
+    }
+    return folded;
+}
+
 QByteArray ClipItem::toJson() const
 {
     OrderedJsonObject o;
@@ -241,5 +263,6 @@ std::optional<ClipItem> ClipItem::fromJson(const QJsonObject &object)
     if (!r.ok || !kind || item.id.isNull() || !item.createdAt.isValid())
         return std::nullopt;
     item.kind = *kind;
+    item.updateSearchKey();
     return item;
 }

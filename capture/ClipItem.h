@@ -36,6 +36,16 @@ struct ClipCapture {
     bool operator==(const ClipCapture &) const = default;
 };
 
+// An entry's search text lower-cased, in UTF-8 (half the size of a QString for the usual text):
+// what the palette's search looks through, made once per entry instead of at every keystroke.
+// It follows from the entry's other fields, so comparing entries leaves it out.
+struct SearchKey {
+    QByteArray folded;
+
+    static QByteArray fold(const QString &text);
+    bool operator==(const SearchKey &) const { return true; }
+};
+
 // One history entry; its JSON form is the record of history.json.
 struct ClipItem {
     QUuid id;
@@ -56,6 +66,7 @@ struct ClipItem {
     std::optional<qint64> pixelWidth;
     std::optional<qint64> pixelHeight;
     QString contentHash;
+    SearchKey searchKey; // not saved; set by updateSearchKey whenever the text or names change
 
     static QString hash(ClipKind kind, const std::optional<QString> &text, const std::optional<QByteArray> &imageData,
                         const std::optional<QStringList> &fileURLs);
@@ -63,9 +74,13 @@ struct ClipItem {
     QString idString() const; // canonical upper-case UUID, also the side files' base name
     QString displayTitle() const;
     QString searchText() const;
+    void updateSearchKey();
 
     QByteArray toJson() const; // compact, keys in field order, absent optionals left out
-    static std::optional<ClipItem> fromJson(const QJsonObject &object);
+    static std::optional<ClipItem> fromJson(const QJsonObject &object); // with its search key
 
     bool operator==(const ClipItem &) const = default;
 };
+// Every member may be moved in memory as it is: a long history grows and reorders without
+// copying its entries one by one.
+Q_DECLARE_TYPEINFO(ClipItem, Q_RELOCATABLE_TYPE);

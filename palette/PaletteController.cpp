@@ -13,6 +13,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QLineEdit>
 #include <QRandomGenerator>
 #include <QScreen>
@@ -33,6 +34,10 @@ PaletteController::PaletteController(HistoryStore &store, AppSettings &settings,
     , m_drawOneInTen(drawOneInTen ? std::move(drawOneInTen) : [] { return int(QRandomGenerator::global()->bounded(10)); })
     , m_model(store, clock)
 {
+    showPanel = [](QWidget *panel) { panel->show(); };
+    // The panel is built a moment after start, when nothing else is going on, so that the first
+    // opening costs no more than any other.
+    QTimer::singleShot(panelWarmUpMs, this, &PaletteController::ensurePanel);
 }
 
 PaletteController::~PaletteController()
@@ -55,6 +60,9 @@ void PaletteController::ensurePanel()
         if (!m_closing)
             QTimer::singleShot(0, this, &PaletteController::close);
     });
+    m_panel->ensurePolished();
+    m_panel->layout()->activate();
+    m_panel->winId(); // the native window too: an opening only maps it
 }
 
 void PaletteController::show(const QString &trigger)
@@ -62,10 +70,7 @@ void PaletteController::show(const QString &trigger)
     QElapsedTimer opening;
     opening.start();
     ensurePanel();
-    m_model.setQuery(QString());
-    m_model.searchUsedThisSession = false;
-    m_model.setFilter(PaletteModel::Filter::all());
-    m_model.refresh(false);
+    m_model.open();
     m_model.requestFocus();
 
     QScreen *screen = QGuiApplication::primaryScreen();
@@ -73,7 +78,7 @@ void PaletteController::show(const QString &trigger)
         screen = QGuiApplication::screens().first();
     if (screen)
         m_panel->setGeometry(PalettePanel::frame(screen->availableGeometry()));
-    m_panel->show();
+    showPanel(m_panel);
     m_panel->raise();
     startClock();
 
@@ -107,6 +112,7 @@ void PaletteController::close()
     }
     delete m_clockTimer;
     m_clockTimer = nullptr;
+    m_model.close();
     if (m_panel && m_panel->isVisible()) {
         m_closing = true;
         m_panel->hide();

@@ -24,10 +24,13 @@ class PalettePanel;
 class PaletteView;
 class PasteService;
 class QKeyEvent;
+class QWidget;
 
 class PaletteController : public QObject {
     Q_OBJECT
 public:
+    static constexpr int panelWarmUpMs = 1000;
+
     struct Sample {
         QString trigger;
         qsizetype items = 0;
@@ -46,6 +49,9 @@ public:
     void toggle(const QString &trigger);
     void confirm(const ClipItem &item, bool copyOverride, bool plainOverride);
     bool isVisible() const;
+
+    // Puts the panel on screen; the composition root hands in one that gives it the keyboard at once.
+    std::function<void(QWidget *panel)> showPanel;
 
     // The palette's keyboard shortcuts; true when the key was consumed.
     bool handle(const QKeyEvent &event);
