@@ -50,7 +50,10 @@ template <typename T> constexpr const char *typeName()
 
 // The values the settings window offers; anything else (a limit of 0 deletes every unpinned
 // entry) is refused from the command line and read as the default from the defaults file.
-bool isHistoryLimitChoice(const qint64 &limit) { return limit >= 100 && limit <= 5000; }
+bool isHistoryLimitChoice(const qint64 &limit)
+{
+    return limit >= AppSettings::historyLimitChoices.front() && limit <= AppSettings::historyLimitChoices.back();
+}
 bool isRetentionChoice(const qint64 &days) { return days >= 0 && days <= 90; }
 bool isLanguageChoice(const std::optional<QString> &code) { return !code || AppLanguages::fromRawValue(*code); }
 bool isHotKeyChoice(const QString &text) { return GlobalHotKey::parse(text).has_value(); }
@@ -107,7 +110,9 @@ const QList<AppSettings::Property> &AppSettings::properties()
             "hotKey", QStringLiteral("one key with Ctrl, Alt or Super (Meta), such as \"Ctrl+Alt+V\"")),
         Property::of<&S::m_languageCode, &S::setLanguageCode, isLanguageChoice>("languageCode", languageChoices()),
         Property::of<&S::m_historyLimit, &S::setHistoryLimit, isHistoryLimitChoice>(
-            "historyLimit", QStringLiteral("an integer from 100 to 5000")),
+            "historyLimit", QStringLiteral("an integer from %1 to %2")
+                                .arg(historyLimitChoices.front())
+                                .arg(historyLimitChoices.back())),
         Property::of<&S::m_historyRetentionDays, &S::setHistoryRetentionDays, isRetentionChoice>(
             "historyRetentionDays", QStringLiteral("a number of days from 0 (keep forever) to 90")),
         Property::of<&S::m_moveToTopOnPaste, &S::setMoveToTopOnPaste>("moveToTopOnPaste"),

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
+#include <array>
 #include <functional>
 #include <optional>
 
@@ -16,6 +17,10 @@ class LoginItem;
 class AppSettings : public QObject {
     Q_OBJECT
 public:
+    // The history limits the settings window offers, smallest first; `stashwell config` takes
+    // any integer from the first to the last.
+    static constexpr std::array<qint64, 7> historyLimitChoices{100, 500, 1000, 5000, 10000, 20000, 50000};
+
     AppSettings(DefaultsStore &defaults, LoginItem &loginItem, QObject *parent = nullptr);
     static AppSettings &shared();
 
@@ -62,7 +67,7 @@ public:
     // a value in its defaults-file JSON form (undefined for an unknown key, null for an absent
     // languageCode); setting goes through the typed setter above and is refused (false,
     // nothing changed) for an unknown key, a value of another type, or a value the settings
-    // window does not offer (historyLimit 100 to 5000, historyRetentionDays 0 to 90, one of
+    // window does not offer (historyLimit 100 to 50000, historyRetentionDays 0 to 90, one of
     // the interface languages, a hotKey of one key with Ctrl, Alt or Super). The defaults
     // file is read the same way: such a value reads as the default.
     static QStringList keys();
@@ -70,7 +75,7 @@ public:
     bool setValue(const QString &key, const QJsonValue &value);
     // What `key` takes when setValue would refuse `value`, for messages: its type ("an integer"),
     // or for a value of that type that is not offered, the values offered ("an integer from 100
-    // to 5000"); empty when `value` fits or the key is unknown.
+    // to 50000"); empty when `value` fits or the key is unknown.
     static QString expectedType(const QString &key, const QJsonValue &value);
 
     // The "app.env" snapshot for the improvement reporter.

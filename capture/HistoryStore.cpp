@@ -7,11 +7,11 @@
 #include "common/Graphemes.h"
 
 #include <QBuffer>
-#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QRegularExpression>
+#include <QSet>
 #include <algorithm>
 
 HistoryStore::HistoryStore(const QString &dir, AppSettings &settings, Clock &clock, RecordUsage record,
@@ -22,54 +22,80 @@ HistoryStore::HistoryStore(const QString &dir, AppSettings &settings, Clock &clo
     , m_clock(clock)
     , m_record(std::move(record))
     , m_log(std::move(log))
+    , m_writer(fileURL())
 {
     m_saveTimer.setSingleShot(true);
-    connect(&m_saveTimer, &QTimer::timeout, this, &HistoryStore::saveNow);
+    connect(&m_saveTimer, &QTimer::timeout, this, &HistoryStore::startSave);
+    connect(&m_writer, &BackgroundFileWriter::written, this, &HistoryStore::saved);
     FileSafety::ensurePrivateDir(m_dir);
     FileSafety::ensurePrivateDir(blobsDir());
     FileSafety::ensurePrivateDir(thumbsDir());
-    if (load())
-        removeOrphanedSideFiles(); // not beside a file kept aside: its entries may still want them
+    m_loader = std::thread([this, file = fileURL(), dirs = QStringList{blobsDir(), thumbsDir()}] {
+        m_loaded = HistoryFile::read(file, maxHistoryFileBytes, dirs);
+        QMetaObject::invokeMethod(this, &HistoryStore::adoptLoaded, Qt::QueuedConnection);
+    });
+}
+
+HistoryStore::~HistoryStore()
+{
+    if (m_loader.joinable())
+        m_loader.join();
+}
+
+void HistoryStore::waitForLoad()
+{
+    adoptLoaded();
+}
+
+// The entries copied while the file was read come first; a copy of a loaded entry moves that
+// entry up, as a copy of an entry in the list does.
+void HistoryStore::adoptLoaded()
+{
+    if (!m_loader.joinable())
+        return; // adopted already
+    m_loader.join();
+    HistoryFile::Contents loaded = std::exchange(m_loaded, {});
+    if (!loaded.items)
+        log(QStringLiteral("History: %1 could not be read; kept aside as %2").arg(fileURL(), loaded.keptAsideAs));
+    else
+        removeUnreferenced(loaded.unreferencedSideFiles);
+    QList<ClipItem> older = loaded.items.value_or(QList<ClipItem>());
+    const bool capturedMeanwhile = !m_items.isEmpty();
+    for (ClipItem &item : m_items) {
+        const auto same = std::find_if(older.begin(), older.end(),
+                                       [&item](const ClipItem &o) { return o.contentHash == item.contentHash; });
+        if (same == older.end())
+            continue;
+        ClipItem first = std::move(*same);
+        older.erase(same);
+        first.createdAt = item.createdAt;
+        first.pinned = first.pinned || item.pinned;
+        removeBlobs(item);
+        item = std::move(first);
+        m_burstItemID.reset();
+    }
+    const bool readAny = !older.isEmpty();
+    if (capturedMeanwhile)
+        m_items += older;
+    else
+        m_items = std::move(older);
+    if (readAny)
+        emit itemsChanged();
     prune();
+    if (capturedMeanwhile || m_unsavedSince)
+        scheduleSave();
 }
 
-// False when there was a history file that could not be used; it is then kept aside.
-bool HistoryStore::load()
+// Side files of entries that were never saved; none of an entry copied while the file was read.
+void HistoryStore::removeUnreferenced(const QStringList &paths)
 {
-    QFile file(fileURL());
-    if (!file.open(QIODevice::ReadOnly))
-        return true; // first start
-    // A file this large is not one Stashwell wrote: reading it would cost seconds and as much memory.
-    std::optional<QList<ClipItem>> items;
-    if (file.size() <= maxHistoryFileBytes)
-        items = decode(file.readAll());
-    file.close();
-    if (items) {
-        m_items = std::move(*items);
-        return true;
-    }
-    const QString aside = FileSafety::keepAside(fileURL()); // start empty; the file is kept beside it
-    log(QStringLiteral("History: %1 could not be read; kept aside as %2").arg(fileURL(), aside));
-    return false;
-}
-
-// Side files are written before their entry is saved; a process killed in between leaves them
-// behind. Only "<entry id>.<type>" files in the two side-file folders are considered.
-void HistoryStore::removeOrphanedSideFiles()
-{
-    QSet<QString> ids;
+    QSet<QString> current;
     for (const ClipItem &item : std::as_const(m_items))
-        ids.insert(item.idString());
-    static const QRegularExpression sideFile(
-        QStringLiteral("^([0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12})\\.(?:txt|rtf|html|png)$"));
+        current.insert(item.idString());
     int removed = 0;
-    for (const QString &dir : {blobsDir(), thumbsDir()}) {
-        for (const QString &name : QDir(dir).entryList(QDir::Files)) {
-            const QRegularExpressionMatch match = sideFile.match(name);
-            if (match.hasMatch() && !ids.contains(match.captured(1)) && QFile::remove(dir + QLatin1Char('/') + name))
-                ++removed;
-        }
-    }
+    for (const QString &path : paths)
+        if (!current.contains(QFileInfo(path).completeBaseName()) && QFile::remove(path))
+            ++removed;
     if (removed)
         log(QStringLiteral("History: removed %1 side files of entries that were never saved").arg(removed));
 }
@@ -116,24 +142,6 @@ bool isBurstContinuation(const QString &itemText, const QString &captureText)
     return longer.startsWith(shorter) || longer.endsWith(shorter);
 }
 
-// The lower-cased query split at every run of Unicode white space.
-QStringList searchTokens(const QString &query)
-{
-    QStringList tokens;
-    QString token;
-    for (QChar c : query.toLower()) {
-        if (!c.isSpace()) {
-            token += c;
-        } else if (!token.isEmpty()) {
-            tokens << token;
-            token.clear();
-        }
-    }
-    if (!token.isEmpty())
-        tokens << token;
-    return tokens;
-}
-
 } // namespace
 
 bool HistoryStore::coalesces(const ClipItem &item, const ClipCapture &capture, double now) const
@@ -171,6 +179,9 @@ void HistoryStore::ingest(const ClipCapture &capture)
     ClipItem item;
     item.id = QUuid::createUuid();
     item.kind = capture.kind;
+    item.hasRTF = capture.rtfData.has_value();
+    item.hasHTML = capture.htmlData.has_value();
+    item.hasImage = capture.imageData.has_value();
     if (!writeAttachments(item, capture)) {
         removeBlobs(item);
         log(QStringLiteral("History: a copy was not recorded, its side files could not be written to %1").arg(blobsDir()));
@@ -197,13 +208,11 @@ void HistoryStore::ingest(const ClipCapture &capture)
     item.fileURLs = capture.fileURLs;
     item.colorHex = capture.colorHex;
     item.createdAt = m_clock.now();
-    item.hasRTF = capture.rtfData.has_value();
-    item.hasHTML = capture.htmlData.has_value();
-    item.hasImage = capture.imageData.has_value();
     item.byteSize = byteSize;
     if (capture.text)
         item.charCount = Graphemes::count(*capture.text);
     item.contentHash = hash;
+    item.updateSearchKey();
     m_items.prepend(item);
 
     if (eligible) {
@@ -249,6 +258,7 @@ bool HistoryStore::moveTextToBlob(ClipItem &item)
         return false;
     item.text = Graphemes::left(*item.text, blobTextPrefix);
     item.hasTextBlob = true;
+    item.updateSearchKey();
     return true;
 }
 
@@ -282,29 +292,22 @@ void HistoryStore::writeThumbnail(const ClipItem &item, const QImage &image)
         FileSafety::writeAtomically(thumbPath(item), png);
 }
 
+// One pass in list order: an unpinned entry past the retention goes, and so does every unpinned
+// one after the first `historyLimit` that stay.
 void HistoryStore::prune()
 {
-    bool removed = false;
-    const auto drop = [&](qsizetype index) {
-        removeBlobs(m_items[index]);
-        m_items.removeAt(index);
-        removed = true;
-    };
     const qint64 days = m_settings.historyRetentionDays();
-    if (days >= 1) {
-        const QDateTime cutoff = m_clock.now().addSecs(-days * 86400);
-        for (qsizetype i = m_items.size() - 1; i >= 0; --i)
-            if (!m_items[i].pinned && m_items[i].createdAt < cutoff)
-                drop(i);
-    }
-    qint64 unpinnedSeen = 0;
+    const QDateTime cutoff = m_clock.now().addSecs(-days * 86400);
     const qint64 limit = m_settings.historyLimit();
-    for (qsizetype i = 0; i < m_items.size();) {
-        if (!m_items[i].pinned && ++unpinnedSeen > limit)
-            drop(i);
-        else
-            ++i;
-    }
+    qint64 unpinnedKept = 0;
+    const qsizetype removed = m_items.removeIf([&](const ClipItem &item) {
+        if (item.pinned)
+            return false;
+        const bool drop = (days >= 1 && item.createdAt < cutoff) || ++unpinnedKept > limit;
+        if (drop)
+            removeBlobs(item);
+        return drop;
+    });
     if (removed) {
         emit itemsChanged();
         scheduleSave();
@@ -344,23 +347,6 @@ void HistoryStore::touch(const QUuid &id)
     scheduleSave();
 }
 
-QList<ClipItem> HistoryStore::search(const QString &query, std::optional<ClipKind> kind, bool pinnedOnly) const
-{
-    const QStringList tokens = searchTokens(query);
-    QList<ClipItem> pinned, others;
-    for (const ClipItem &item : m_items) {
-        if ((pinnedOnly && !item.pinned) || (kind && item.kind != *kind))
-            continue;
-        if (!tokens.isEmpty()) {
-            const QString haystack = item.searchText().toLower();
-            if (!std::all_of(tokens.begin(), tokens.end(), [&](const QString &t) { return haystack.contains(t); }))
-                continue;
-        }
-        (item.pinned ? pinned : others).append(item);
-    }
-    return pinned + others;
-}
-
 QImage HistoryStore::thumbnail(const ClipItem &item)
 {
     if (!item.hasImage)
@@ -374,16 +360,22 @@ QImage HistoryStore::thumbnail(const ClipItem &item)
     return image;
 }
 
+// Only the files the entry has: clearing a long history of plain texts touches no file.
 void HistoryStore::removeBlobs(const ClipItem &item)
 {
-    m_thumbCache.remove(item.id);
-    for (const char *ext : {"png", "rtf", "html", "txt"})
-        QFile::remove(blobPath(item, ext));
-    QFile::remove(thumbPath(item));
+    for (const auto &[has, ext] : {std::pair{item.hasImage, "png"}, {item.hasRTF, "rtf"}, {item.hasHTML, "html"},
+                                   {item.hasTextBlob, "txt"}})
+        if (has)
+            QFile::remove(blobPath(item, ext));
+    if (item.hasImage) {
+        m_thumbCache.remove(item.id);
+        QFile::remove(thumbPath(item));
+    }
 }
 
 void HistoryStore::clear(bool keepPinned)
 {
+    waitForLoad(); // the entries still being read go too
     QList<ClipItem> kept;
     for (const ClipItem &item : std::as_const(m_items)) {
         if (keepPinned && item.pinned)
@@ -402,20 +394,39 @@ void HistoryStore::scheduleSave()
     const double now = m_clock.uptime();
     if (!m_unsavedSince)
         m_unsavedSince = now;
+    if (loading())
+        return; // saved once the file is read: now it would be replaced by the new entries alone
     const int left = maxSaveDelayMs - qRound((now - *m_unsavedSince) * 1000);
     if (left <= 0)
-        saveNow();
+        startSave();
     else
         m_saveTimer.start(std::min(saveDelayMs, left));
 }
 
-void HistoryStore::saveNow()
+// The list is implicitly shared: the snapshot costs nothing until the next change copies it.
+void HistoryStore::startSave()
 {
     m_saveTimer.stop();
     m_unsavedSince.reset();
-    const bool blobsWritten = writePendingTextBlobs();
-    const bool saved = FileSafety::writeAtomically(fileURL(), encode(m_items));
-    setWriteFailing(!blobsWritten || !saved);
+    m_pendingBlobsWritten = writePendingTextBlobs();
+    m_writer.write([items = m_items](QIODevice &file) { return encode(items, file); });
+}
+
+void HistoryStore::saveNow()
+{
+    waitForLoad();
+    startSave();
+    waitForSave();
+}
+
+void HistoryStore::waitForSave()
+{
+    m_writer.wait();
+}
+
+void HistoryStore::saved(bool ok)
+{
+    setWriteFailing(!m_pendingBlobsWritten || !ok);
     if (m_writeFailing)
         m_saveTimer.start(retryDelayMs); // the history is still whole in memory
 }
@@ -431,28 +442,49 @@ void HistoryStore::setWriteFailing(bool failing)
     emit writeFailingChanged(failing);
 }
 
-QByteArray HistoryStore::encode(const QList<ClipItem> &items)
+// Entry by entry: the whole file is never in memory at once.
+bool HistoryStore::encode(const QList<ClipItem> &items, QIODevice &out)
 {
-    QByteArray json = "[";
-    for (const ClipItem &item : items) {
-        if (json.size() > 1)
-            json += ',';
-        json += item.toJson();
+    bool ok = out.putChar('[');
+    for (qsizetype i = 0; ok && i < items.size(); ++i) {
+        const QByteArray entry = items[i].toJson();
+        ok = (i == 0 || out.putChar(',')) && out.write(entry) == entry.size();
     }
-    return json + ']';
+    return ok && out.putChar(']');
 }
 
-std::optional<QList<ClipItem>> HistoryStore::decode(const QByteArray &json)
+QByteArray HistoryStore::encode(const QList<ClipItem> &items)
 {
-    const QJsonDocument doc = QJsonDocument::fromJson(json);
-    if (!doc.isArray())
+    QByteArray json;
+    QBuffer buffer(&json);
+    buffer.open(QIODevice::WriteOnly);
+    encode(items, buffer);
+    return json;
+}
+
+std::optional<QList<ClipItem>> HistoryStore::decode(QByteArrayView json)
+{
+    // The bytes are parsed where they are (a mapped file is not copied).
+    const QJsonDocument document =
+        QJsonDocument::fromJson(QByteArray::fromRawData(json.data(), json.size()));
+    if (!document.isArray())
         return std::nullopt;
+    const QJsonArray array = document.array();
     QList<ClipItem> items;
-    for (const QJsonValue &value : doc.array()) {
+    items.reserve(array.size());
+    // Most entries come from a few applications: they share one copy of each name.
+    QSet<QString> names;
+    const auto share = [&names](std::optional<QString> &name) {
+        if (name)
+            name = *names.insert(*name);
+    };
+    for (const QJsonValue &value : array) {
         std::optional<ClipItem> item = value.isObject() ? ClipItem::fromJson(value.toObject()) : std::nullopt;
         if (!item)
             return std::nullopt; // one bad entry fails the whole list
-        items.append(*item);
+        share(item->sourceAppBundleID);
+        share(item->sourceAppName);
+        items.append(std::move(*item));
     }
     return items;
 }

@@ -2,6 +2,8 @@
 #pragma once
 // The history, newest first, and its files.
 #include "capture/ClipItem.h"
+#include "capture/HistoryFile.h"
+#include "common/BackgroundFileWriter.h"
 #include "diagnostics/UsageEvents.h"
 
 #include <QCache>
@@ -13,6 +15,7 @@
 #include <QUuid>
 #include <functional>
 #include <optional>
+#include <thread>
 
 class AppSettings;
 class Clock;
@@ -31,11 +34,17 @@ public:
     static constexpr int retryDelayMs = 5000;                 // after a failed save
     static constexpr qint64 maxHistoryFileBytes = 268435456; // 256 MiB; a larger file is not read
 
-    // Loads `<dir>/history.json` (an undecodable or oversized one is kept aside), removes side
-    // files no entry refers to, and prunes once. `log` writes a line to the tester log.
+    // Starts reading `<dir>/history.json` on a thread of its own, so that copies are recorded
+    // from the first moment however long the history: until it is read the list holds only the
+    // entries copied since, and then the read ones follow them (itemsChanged). An undecodable or
+    // oversized file is kept aside; side files no entry refers to are removed; the history is
+    // pruned once. `log` writes a line to the tester log.
     HistoryStore(const QString &dir, AppSettings &settings, Clock &clock, RecordUsage record = {},
                  std::function<void(const QString &)> log = {}, QObject *parent = nullptr);
+    ~HistoryStore() override;
     static HistoryStore &shared();
+    // Returns once the history file is read and its entries are in the list.
+    void waitForLoad();
 
     const QList<ClipItem> &items() const { return m_items; }
     QString dir() const { return m_dir; }
@@ -51,19 +60,24 @@ public:
     void togglePin(const QUuid &id);
     void remove(const QUuid &id); // drops the entry and its blob files
     void touch(const QUuid &id);
-    QList<ClipItem> search(const QString &query, std::optional<ClipKind> kind, bool pinnedOnly) const;
     QImage thumbnail(const ClipItem &item);
     void removeBlobs(const ClipItem &item);
     void clear(bool keepPinned);
 
+    // Saving encodes and writes a snapshot of the entries on a thread of its own.
     void scheduleSave();
+    // Saves the current entries and returns once they are on disk or the write failed: for the
+    // quit path, the command line and tests.
     void saveNow();
+    // Returns once every save started so far has finished.
+    void waitForSave();
     // True from a failed write (disk full, read-only) until the next save that succeeds.
     bool writeFailing() const { return m_writeFailing; }
 
     // Serialisation of a whole history file; nullopt when it does not decode.
+    static bool encode(const QList<ClipItem> &items, QIODevice &out); // false when a write failed
     static QByteArray encode(const QList<ClipItem> &items);
-    static std::optional<QList<ClipItem>> decode(const QByteArray &json);
+    static std::optional<QList<ClipItem>> decode(QByteArrayView json);
 
 signals:
     void itemsChanged();
@@ -75,10 +89,13 @@ private:
     bool moveTextToBlob(ClipItem &item);
     bool writePendingTextBlobs();
     void writeThumbnail(const ClipItem &item, const QImage &image);
+    void startSave();
+    void saved(bool ok);
     void setWriteFailing(bool failing);
     qsizetype indexOf(const QUuid &id) const;
-    bool load();
-    void removeOrphanedSideFiles();
+    bool loading() const { return m_loader.joinable(); }
+    void adoptLoaded();
+    void removeUnreferenced(const QStringList &paths);
     void log(const QString &line);
 
     QString m_dir;
@@ -87,9 +104,13 @@ private:
     RecordUsage m_record;
     std::function<void(const QString &)> m_log;
     QList<ClipItem> m_items;
+    std::thread m_loader;           // joinable until its result is adopted
+    HistoryFile::Contents m_loaded; // written by the loader, read after joining it
     QTimer m_saveTimer;
     std::optional<double> m_unsavedSince; // uptime of the oldest change not yet saved
     QSet<QUuid> m_pendingTextBlobs;       // long texts still whole in memory, their side file not written
+    BackgroundFileWriter m_writer;
+    bool m_pendingBlobsWritten = true; // at the last save
     bool m_writeFailing = false;
     QCache<QUuid, QImage> m_thumbCache{64 * 1024 * 1024}; // cost = bytes
     std::optional<QUuid> m_burstItemID;

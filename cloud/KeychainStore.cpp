@@ -24,8 +24,9 @@ struct PendingJob {
 
 } // namespace
 
-// One keychain thread for the process, never stopped: libsecret may still hold callbacks on
-// it after a job reported, so ending it under a store that goes away is not safe.
+// One keychain thread for the process, started by the first job and never stopped: libsecret
+// may still hold callbacks on it after a job reported, so ending it under a store that goes
+// away is not safe.
 static QObject *keychainWorker()
 {
     static QObject *worker = [] {
@@ -42,7 +43,6 @@ static QObject *keychainWorker()
 KeychainStore::KeychainStore(const QString &service, int timeoutMs)
     : m_service(service)
     , m_timeoutMs(timeoutMs)
-    , m_worker(keychainWorker())
 {
 }
 
@@ -50,7 +50,7 @@ KeychainStore::Outcome KeychainStore::run(Operation operation, const QString &ac
 {
     auto pending = std::make_shared<PendingJob>();
     const QString service = m_service;
-    QMetaObject::invokeMethod(m_worker, [=] {
+    QMetaObject::invokeMethod(keychainWorker(), [=] {
         QKeychain::Job *job = nullptr;
         if (operation == Operation::read) {
             job = new QKeychain::ReadPasswordJob(service);

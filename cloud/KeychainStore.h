@@ -16,7 +16,8 @@ public:
     static inline const QString serviceName = QStringLiteral("com.norvane.Stashwell");
 
     explicit KeychainStore(const QString &service = serviceName, int timeoutMs = 10000);
-    static KeychainStore &shared();
+    // The application's keychain: the shared store behind a TokenNoteKeychain.
+    static Keychain &shared();
 
     std::optional<QString> get(const QString &account) override;
     void set(const std::optional<QString> &value, const QString &account) override;
@@ -29,5 +30,4 @@ private:
 
     QString m_service;
     int m_timeoutMs;
-    QObject *m_worker; // lives on the process's keychain thread; the jobs are created there
 };

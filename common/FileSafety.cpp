@@ -18,13 +18,18 @@ bool ensurePrivateDir(const QString &path)
 
 bool writeAtomically(const QString &path, const QByteArray &bytes)
 {
+    return writeAtomically(path, [&bytes](QIODevice &file) { return file.write(bytes) == bytes.size(); });
+}
+
+bool writeAtomically(const QString &path, const std::function<bool(QIODevice &)> &write)
+{
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
     // A full disk may only show when the buffer is flushed or synced, and commit() would still
     // rename the short file over the old one: every step is checked before it.
-    if (file.write(bytes) != bytes.size() || !file.flush() || ::fsync(file.handle()) != 0) {
+    if (!write(file) || !file.flush() || ::fsync(file.handle()) != 0) {
         file.cancelWriting(); // the temporary file is discarded, the old file stays as it was
         return false;
     }

@@ -91,14 +91,21 @@ void ImproveQueueWorker::answered(int status, const QList<QByteArray> &sentPrefi
 
 void ImproveQueueWorker::startTimer(int firstMs, int intervalMs)
 {
-    if (m_timer)
+    if (m_timer && m_timer->isActive())
         return;
-    m_timer = new QTimer(this);
-    m_timer->setTimerType(Qt::PreciseTimer); // no leeway
-    m_timer->setInterval(firstMs);
-    connect(m_timer, &QTimer::timeout, this, [this, intervalMs] {
-        m_timer->setInterval(intervalMs);
-        flush();
-    });
-    m_timer->start();
+    if (!m_timer) {
+        m_timer = new QTimer(this);
+        m_timer->setTimerType(Qt::PreciseTimer); // no leeway
+        connect(m_timer, &QTimer::timeout, this, [this, intervalMs] {
+            m_timer->setInterval(intervalMs);
+            flush();
+        });
+    }
+    m_timer->start(firstMs);
+}
+
+void ImproveQueueWorker::stopTimer()
+{
+    if (m_timer)
+        m_timer->stop();
 }

@@ -39,7 +39,8 @@ public:
     // Sends up to 200 events; `done` runs once the answer is processed or nothing is sent.
     void flush(const Done &done = {}, const TokenFetch &token = {});
     void clear() { m_file.remove(); }
-    void startTimer(int firstMs, int intervalMs);
+    void startTimer(int firstMs, int intervalMs); // no effect while it runs
+    void stopTimer();
     bool inFlight() const { return m_inFlight; }
 
 private:

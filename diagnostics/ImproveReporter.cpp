@@ -49,10 +49,24 @@ ImproveReporter::~ImproveReporter()
 
 void ImproveReporter::start()
 {
-    QMetaObject::invokeMethod(m_worker, [worker = m_worker, first = m_options.firstFlushMs,
-                                         interval = m_options.flushIntervalMs] { worker->startTimer(first, interval); });
-    if (!enabled())
+    m_started = true;
+    const bool on = enabled();
+    scheduleFlushes(on);
+    if (!on)
         clearQueue();
+}
+
+// Only while reporting is on: otherwise a flush could send nothing, and its timer would still
+// wake the process every quarter of an hour.
+void ImproveReporter::scheduleFlushes(bool on)
+{
+    QMetaObject::invokeMethod(m_worker, [worker = m_worker, on, first = m_options.firstFlushMs,
+                                         interval = m_options.flushIntervalMs] {
+        if (on)
+            worker->startTimer(first, interval);
+        else
+            worker->stopTimer();
+    });
 }
 
 void ImproveReporter::record(const QString &name, const QVariantMap &properties)
@@ -86,7 +100,9 @@ void ImproveReporter::clearQueue()
 
 void ImproveReporter::refreshEnabled()
 {
-    m_enabled = m_config.enabled();
+    const bool on = m_config.enabled();
+    if (m_enabled.exchange(on) != on && m_started)
+        scheduleFlushes(on);
 }
 
 bool ImproveReporter::inFlight() const

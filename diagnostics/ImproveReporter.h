@@ -33,7 +33,8 @@ public:
     // The bearer token of a signed-in user (keychain item "cloudToken"); called on the main thread.
     std::function<std::optional<QString>()> tokenProvider;
 
-    // Starts the flush timer; clears the queue when reporting is off.
+    // Starts the flush timer while reporting is on (and again whenever it is switched on);
+    // clears the queue when reporting is off.
     void start();
     // Callable from any thread; returns at once. Does nothing while reporting is off.
     void record(const QString &name, const QVariantMap &properties);
@@ -51,6 +52,7 @@ public:
 
 private:
     bool enabled();
+    void scheduleFlushes(bool on);
     QString currentToken() const;
 
     ImproveConfig m_config;
@@ -58,6 +60,7 @@ private:
     ImproveReporterOptions m_options;
     QString m_filePath;
     std::atomic<bool> m_enabled;
+    bool m_started = false; // main thread
     QThread m_thread;
     ImproveQueueWorker *m_worker = nullptr;
 };

@@ -92,7 +92,7 @@ MSDropdown::Options HistoryTab::limitOptions(L10n &l10n, qint64 current)
 {
     const QString key = QStringLiteral("hist.limitFmt");
     MSDropdown::Options options;
-    for (qint64 n : {100, 500, 1000, 5000})
+    for (qint64 n : AppSettings::historyLimitChoices)
         options.append({n, l10n.format(key, n)});
     addCurrent(options, current, l10n.format(key, current));
     return options;
