@@ -3,22 +3,25 @@
 
 #include "common/Symbols.h"
 
+#include <QGuiApplication>
+#include <QIconEngine>
 #include <QPainter>
+#include <QPalette>
 
 namespace MenuBarIcon {
 
 namespace {
-const QColor glyphColor(0xf2, 0xf4, 0xf7);
-const QColor rimColor(0, 0, 0, 90);
-} // namespace
 
-QPixmap image(State state, int size, qreal devicePixelRatio)
+QPixmap image(State state, int size, qreal devicePixelRatio, const QPalette &palette)
 {
     const int pixels = qRound(size * devicePixelRatio);
     QPixmap result(pixels, pixels);
     result.fill(Qt::transparent);
     result.setDevicePixelRatio(devicePixelRatio);
-    const QPixmap glyph = Symbols::pixmap(QStringLiteral("clipboard"), glyphColor, size, devicePixelRatio);
+    QColor rimColor = palette.color(QPalette::Window);
+    rimColor.setAlphaF(0.4f);
+    const QPixmap glyph =
+        Symbols::pixmap(QStringLiteral("clipboard"), palette.color(QPalette::WindowText), size, devicePixelRatio);
     const QPixmap rim = Symbols::pixmap(QStringLiteral("clipboard"), rimColor, size, devicePixelRatio);
     QPixmap layer = result; // rim and glyph at full strength, then dimmed as one
     QPainter painter(&layer);
@@ -34,12 +37,45 @@ QPixmap image(State state, int size, qreal devicePixelRatio)
     return result;
 }
 
+class TrayEngine : public QIconEngine {
+public:
+    explicit TrayEngine(State state)
+        : m_state(state)
+    {
+    }
+
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode, QIcon::State, qreal scale) override
+    {
+        return image(m_state, qRound(qMin(size.width(), size.height()) / scale), scale, QGuiApplication::palette());
+    }
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return scaledPixmap(size, mode, state, 1.0);
+    }
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
+    {
+        const int side = qMin(rect.width(), rect.height());
+        QRect box(0, 0, side, side);
+        box.moveCenter(rect.center());
+        painter->drawPixmap(box.topLeft(),
+                            image(m_state, side, painter->device()->devicePixelRatioF(), QGuiApplication::palette()));
+    }
+    // What a tray that takes pixmaps rather than painting the icon is offered.
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}};
+    }
+    QIconEngine *clone() const override { return new TrayEngine(m_state); }
+
+private:
+    State m_state;
+};
+
+} // namespace
+
 QIcon icon(State state)
 {
-    QIcon icon;
-    for (int size : {16, 22, 24, 32, 48})
-        icon.addPixmap(image(state, size));
-    return icon;
+    return QIcon(new TrayEngine(state));
 }
 
 } // namespace MenuBarIcon

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
-// The tray icon's drawing. The clipboard glyph in a light tint with a faint dark
-// rim, so that it reads on dark and light panels alike (no template tinting on Linux); a
-// paused recorder draws it at alpha 0.45.
+// The tray icon's drawing: the clipboard glyph in the desktop's text colour with a faint rim of
+// its window colour. A tray does not say what colour it is, but panels follow the light or dark
+// theme that the application palette follows too; the rim keeps the glyph legible where a panel
+// does not. A paused recorder draws it at alpha 0.45.
 #include <QIcon>
-#include <QPixmap>
 
 namespace MenuBarIcon {
 
@@ -13,8 +13,8 @@ enum class State { active, paused };
 inline constexpr qreal activeAlpha = 1.0;
 inline constexpr qreal pausedAlpha = 0.45;
 
-QPixmap image(State state, int size = 16, qreal devicePixelRatio = 1.0);
-// The image at the sizes tray hosts ask for (16 to 48 pixels).
+// Drawn whenever it is shown, at the size and pixel ratio asked for, in the application palette
+// of that moment: a tray that repaints after a change of theme shows the new colours.
 QIcon icon(State state);
 
 } // namespace MenuBarIcon

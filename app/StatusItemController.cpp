@@ -62,6 +62,7 @@ StatusItemController::StatusItemController(HistoryStore &store, AppSettings &set
     });
     // The tooltip says so while the history cannot be saved.
     connect(&m_store, &HistoryStore::writeFailingChanged, this, &StatusItemController::refreshIcon);
+    qApp->installEventFilter(this);
     refreshIcon();
     m_statusItem->show();
     // Qt docks the icon when a tray comes up; until then a cheap check tells the owner.
@@ -85,6 +86,13 @@ void StatusItemController::refreshIcon()
     if (m_store.writeFailing())
         toolTip += QLatin1Char('\n') + m_l10n.string(QStringLiteral("hist.saveFailed"));
     m_statusItem->setToolTip(toolTip);
+}
+
+bool StatusItemController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange)
+        refreshIcon();
+    return QObject::eventFilter(watched, event);
 }
 
 void StatusItemController::clicked(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers)

@@ -52,6 +52,11 @@ public:
     QMenu *buildMenu();
     void menuDidClose();
 
+protected:
+    // Tray hosts that take the icon over D-Bus only fetch it again when it is set again, so a
+    // theme change redraws it in the new text colour.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void openMenu();
     void addRecentEntries(QMenu *menu);

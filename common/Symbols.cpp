@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/Symbols.h"
 
+#include <QIconEngine>
 #include <QPainter>
 #include <QPixmapCache>
 #include <QSvgRenderer>
@@ -26,12 +27,66 @@ QPixmap pixmap(const QString &name, const QColor &tint, int size, qreal devicePi
     return result;
 }
 
-QIcon icon(const QString &name, const QColor &tint, int size)
+namespace {
+
+class SymbolEngine : public QIconEngine {
+public:
+    SymbolEngine(const QString &name, const QColor &tint, int size, const QColor &selectedTint)
+        : m_name(name)
+        , m_tint(tint)
+        , m_selectedTint(selectedTint.isValid() ? selectedTint : tint)
+        , m_size(size)
+    {
+    }
+
+    QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override
+    {
+        const int side = qMin(m_size, qMin(size.width(), size.height()));
+        return {side, side};
+    }
+
+    // `size` is in device pixels: the shown size times `scale`.
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal scale) override
+    {
+        return render(actualSize(size / scale, mode, state).width(), mode, scale);
+    }
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return scaledPixmap(size, mode, state, 1.0);
+    }
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
+    {
+        const int side = actualSize(rect.size(), mode, state).width();
+        QRect box(0, 0, side, side);
+        box.moveCenter(rect.center());
+        painter->drawPixmap(box.topLeft(), render(side, mode, painter->device()->devicePixelRatioF()));
+    }
+
+    QIconEngine *clone() const override { return new SymbolEngine(*this); }
+
+private:
+    QPixmap render(int side, QIcon::Mode mode, qreal scale) const
+    {
+        if (side <= 0)
+            return {};
+        QColor tint = mode == QIcon::Selected ? m_selectedTint : m_tint;
+        if (mode == QIcon::Disabled)
+            tint.setAlphaF(tint.alphaF() * 0.4f);
+        return Symbols::pixmap(m_name, tint, side, scale);
+    }
+
+    QString m_name;
+    QColor m_tint;
+    QColor m_selectedTint;
+    int m_size;
+};
+
+} // namespace
+
+QIcon icon(const QString &name, const QColor &tint, int size, const QColor &selectedTint)
 {
-    QIcon icon;
-    icon.addPixmap(pixmap(name, tint, size, 1.0));
-    icon.addPixmap(pixmap(name, tint, size, 2.0));
-    return icon;
+    return QIcon(new SymbolEngine(name, tint, size, selectedTint));
 }
 
 } // namespace Symbols

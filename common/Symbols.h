@@ -9,5 +9,7 @@
 // They are drawn in one colour, so any tint can be applied.
 namespace Symbols {
 QPixmap pixmap(const QString &name, const QColor &tint, int size, qreal devicePixelRatio = 1.0);
-QIcon icon(const QString &name, const QColor &tint, int size = 16);
+// Drawn from the SVG at whatever size and pixel ratio it is shown at, never larger than `size`;
+// in `selectedTint` when shown selected (on the selection colour), if given.
+QIcon icon(const QString &name, const QColor &tint, int size = 16, const QColor &selectedTint = {});
 }

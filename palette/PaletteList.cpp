@@ -78,7 +78,10 @@ QString PaletteRowDelegate::quickPickHint(int index)
 
 namespace {
 
-void paintLeading(QPainter *p, const QRect &box, const ClipItem &item, HistoryStore &store, qreal dpr)
+// The kind's symbol on a faint backdrop of its tint; on the selection, both in the selection's
+// text colour, which reads on it where the tints would not.
+void paintLeading(QPainter *p, const QRect &box, const ClipItem &item, HistoryStore &store, qreal dpr,
+                  const std::optional<QColor> &selectedText)
 {
     QPainterPath rounded;
     rounded.addRoundedRect(box, 6, 6);
@@ -99,10 +102,11 @@ void paintLeading(QPainter *p, const QRect &box, const ClipItem &item, HistorySt
             return;
         }
     }
-    QColor faint = ClipKindStyle::tint(item.kind);
-    faint.setAlphaF(0.16f);
+    const QColor tint = selectedText.value_or(ClipKindStyle::tint(item.kind));
+    QColor faint = tint;
+    faint.setAlphaF(selectedText ? 0.2f : 0.16f);
     p->fillPath(rounded, faint);
-    const QPixmap symbol = Symbols::pixmap(ClipKindStyle::symbol(item.kind), ClipKindStyle::tint(item.kind), 16, dpr);
+    const QPixmap symbol = Symbols::pixmap(ClipKindStyle::symbol(item.kind), tint, 16, dpr);
     p->drawPixmap(box.center() - QPoint(8, 8) + QPoint(1, 1), symbol);
 }
 
@@ -127,11 +131,16 @@ void PaletteRowDelegate::paint(QPainter *p, const QStyleOptionViewItem &option, 
         highlight.addRoundedRect(row, 7, 7);
         p->fillPath(highlight, pal.color(QPalette::Active, QPalette::Highlight));
     }
-    const QColor titleColor = selected ? QColor(Qt::white) : pal.color(QPalette::Text);
-    QColor timeColor = selected ? QColor(255, 255, 255, 178) : pal.color(QPalette::PlaceholderText);
+    const QColor selectedText = pal.color(QPalette::Active, QPalette::HighlightedText);
+    const QColor titleColor = selected ? selectedText : pal.color(QPalette::Text);
+    QColor timeColor = pal.color(QPalette::PlaceholderText);
+    if (selected) {
+        timeColor = selectedText;
+        timeColor.setAlphaF(0.75f);
+    }
 
     const QRect leading(row.left() + 8, row.center().y() - 15, 30, 30);
-    paintLeading(p, leading, item, m_store, dpr);
+    paintLeading(p, leading, item, m_store, dpr, selected ? std::optional(selectedText) : std::nullopt);
 
     // Trailing items, right to left: app icon, quick-pick hint, pin.
     int right = row.right() - 8;
@@ -150,8 +159,9 @@ void PaletteRowDelegate::paint(QPainter *p, const QStyleOptionViewItem &option, 
         right -= width + 8;
     }
     if (item.pinned) {
-        p->drawPixmap(right - 10, row.center().y() - 5, Symbols::pixmap(QStringLiteral("pin.fill"), timeColor, 10, dpr));
-        right -= 10 + 8;
+        const int pin = 12;
+        p->drawPixmap(right - pin, row.center().y() - pin / 2, Symbols::pixmap(QStringLiteral("pin.fill"), timeColor, pin, dpr));
+        right -= pin + 8;
     }
 
     const int textLeft = leading.right() + 10;

@@ -4,12 +4,14 @@
 #include "app/AppSettings.h"
 #include "capture/HistoryStore.h"
 #include "common/Symbols.h"
+#include "common/ThinScrollBar.h"
 #include "l10n/L10n.h"
 #include "palette/ClipKindStyle.h"
 #include "palette/PaletteList.h"
 #include "palette/PreviewPane.h"
 #include "platform/GlobalHotKey.h"
 
+#include <QEvent>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -51,6 +53,7 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     , m_l10n(l10n)
     , m_settings(settings)
     , m_store(store)
+    , m_glass(new QLabel(this))
     , m_search(new QLineEdit(this))
     , m_body(new QStackedWidget(this))
     , m_stateSymbol(new QLabel(this))
@@ -61,9 +64,6 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     , m_preview(new PreviewPane(store, l10n, this))
 {
     // 1. Search row.
-    auto *glass = new QLabel(this);
-    glass->setPixmap(Symbols::pixmap(QStringLiteral("magnifyingglass"), palette().color(QPalette::PlaceholderText), 16,
-                                     devicePixelRatioF()));
     m_search->setFrame(false);
     QPalette clear = m_search->palette();
     clear.setColor(QPalette::Base, Qt::transparent); // the field sits on the panel's material
@@ -74,13 +74,14 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     m_search->setAttribute(Qt::WA_MacShowFocusRect, false);
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(14, 10, 14, 8);
-    searchRow->addWidget(glass);
+    searchRow->addWidget(m_glass);
     searchRow->addWidget(m_search, 1);
 
-    // 3. Filter chips.
+    // 3. Filter chips. Their symbols stand as tall as the text's capitals and a little more.
     auto *chipRow = new QHBoxLayout;
     chipRow->setContentsMargins(10, 6, 10, 6);
     chipRow->setSpacing(4);
+    const int chipSymbol = qRound(QFontMetricsF(font()).capHeight() * 1.6);
     for (const PaletteModel::Filter &filter : PaletteModel::Filter::cycle()) {
         auto *chip = new QToolButton(this);
         chip->setCheckable(true);
@@ -88,8 +89,8 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
         chip->setFocusPolicy(Qt::NoFocus);
         chip->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         if (filter.type == PaletteModel::Filter::Case::kind)
-            chip->setIcon(Symbols::icon(ClipKindStyle::symbol(filter.kind), ClipKindStyle::tint(filter.kind), 9));
-        chip->setIconSize(QSize(9, 9));
+            chip->setIcon(Symbols::icon(ClipKindStyle::symbol(filter.kind), ClipKindStyle::tint(filter.kind), chipSymbol));
+        chip->setIconSize(QSize(chipSymbol, chipSymbol));
         connect(chip, &QToolButton::clicked, this, [this, filter] { m_model.setFilter(filter); });
         chipRow->addWidget(chip);
         m_chips << chip;
@@ -120,6 +121,7 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
     m_list->setSelectionMode(QAbstractItemView::NoSelection); // the model's selectedID is drawn
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    ThinScrollBar::install(m_list);
     m_list->viewport()->setAutoFillBackground(false);
     connect(m_list, &QListView::clicked, this, [this](const QModelIndex &index) {
         m_model.setSelectedID(index.data(Qt::UserRole).toUuid());
@@ -177,8 +179,26 @@ PaletteView::PaletteView(PaletteModel &model, L10n &l10n, AppSettings &settings,
         if (key == QLatin1String("copyInsteadOfPaste"))
             retranslate();
     });
+    updateSymbols();
     retranslate();
     updateBody();
+}
+
+void PaletteView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) { // light to dark or back
+        updateSymbols();
+        updateBody();
+    }
+}
+
+void PaletteView::updateSymbols()
+{
+    const QColor secondary = palette().color(QPalette::PlaceholderText);
+    m_glass->setPixmap(Symbols::pixmap(QStringLiteral("magnifyingglass"), secondary, 16, devicePixelRatioF()));
+    const qsizetype pinned = PaletteModel::Filter::cycle().indexOf(PaletteModel::Filter::pinned());
+    m_chips[pinned]->setIcon(Symbols::icon(QStringLiteral("pin.fill"), secondary, m_chips[pinned]->iconSize().width()));
 }
 
 void PaletteView::retranslate()

@@ -38,8 +38,10 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
+    void updateSymbols(); // drawn in the palette's colours
     void retranslate();
     void updateChips();
     void updateBody();
@@ -49,6 +51,7 @@ private:
     L10n &m_l10n;
     AppSettings &m_settings;
     HistoryStore &m_store;
+    QLabel *m_glass;
     QLineEdit *m_search;
     QList<QToolButton *> m_chips; // in Filter::cycle() order
     QStackedWidget *m_body;

@@ -3,6 +3,7 @@
 
 #include "capture/HistoryStore.h"
 #include "common/Graphemes.h"
+#include "common/ThinScrollBar.h"
 #include "l10n/L10n.h"
 #include "palette/ClipKindStyle.h"
 
@@ -60,6 +61,7 @@ PreviewPane::PreviewPane(HistoryStore &store, L10n &l10n, QWidget *parent)
     m_text->viewport()->setAutoFillBackground(false);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_text->setFocusPolicy(Qt::NoFocus); // typing always goes to the search field
+    ThinScrollBar::install(m_text);
     m_image->setAlignment(Qt::AlignCenter);
     m_files->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_files->setWordWrap(true);
@@ -115,11 +117,7 @@ void PreviewPane::setItem(const std::optional<ClipItem> &item)
         m_content->setCurrentWidget(m_text);
         break;
     case ClipKind::image: {
-        const QImage thumb = m_store.thumbnail(*item);
-        const QSize room = m_content->size().isEmpty() ? QSize(300, 260) : m_content->size();
-        m_image->setPixmap(thumb.isNull() ? QPixmap()
-                                          : QPixmap::fromImage(thumb.scaled(room.boundedTo(thumb.size()),
-                                                                            Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+        m_image->setPixmap(fitted(m_store.thumbnail(*item)));
         m_content->setCurrentWidget(m_image);
         break;
     }
@@ -145,6 +143,19 @@ void PreviewPane::setItem(const std::optional<ClipItem> &item)
     if (!size.isEmpty())
         meta << size;
     m_meta->setText(meta.join(QStringLiteral("  ·  ")));
+}
+
+QPixmap PreviewPane::fitted(const QImage &thumb) const
+{
+    if (thumb.isNull())
+        return {};
+    // At most the thumbnail's size in logical pixels, drawn with every device pixel there is.
+    const QSize room = m_content->size().isEmpty() ? QSize(300, 260) : m_content->size();
+    const qreal dpr = devicePixelRatioF();
+    QPixmap pixmap = QPixmap::fromImage(
+        thumb.scaled(room.boundedTo(thumb.size()) * dpr, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    pixmap.setDevicePixelRatio(dpr);
+    return pixmap;
 }
 
 QString PreviewPane::shownText() const

@@ -29,6 +29,8 @@ public:
     QString metadataText() const;  // for tests: the metadata block
 
 private:
+    QPixmap fitted(const QImage &thumb) const; // an image entry's thumbnail, as large as there is room
+
     HistoryStore &m_store;
     L10n &m_l10n;
     QStackedWidget *m_content;

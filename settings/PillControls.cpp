@@ -3,13 +3,10 @@
 
 #include "common/Symbols.h"
 
-#include <QHelpEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QStyleOptionSlider>
-#include <QToolTip>
 
 namespace PillTheme {
 
@@ -220,105 +217,6 @@ void MSDropdown::openMenu()
         choose(chosen->data());
 }
 
-// CapsuleSegmentedControl
-
-CapsuleSegmentedControl::CapsuleSegmentedControl(const QList<QIcon> &icons, QWidget *parent)
-    : QWidget(parent)
-    , m_icons(icons)
-{
-    setCursor(Qt::PointingHandCursor);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-}
-
-void CapsuleSegmentedControl::setSelectedIndex(int index)
-{
-    if (index < 0 || index >= segmentCount() || index == m_selectedIndex)
-        return;
-    m_selectedIndex = index;
-    update();
-}
-
-QSize CapsuleSegmentedControl::sizeHint() const { return {segmentCount() * 36, PillTheme::height}; }
-
-QRectF CapsuleSegmentedControl::segmentRect(int index) const
-{
-    const qreal w = qreal(width()) / qMax(1, segmentCount());
-    return QRectF(index * w, 0, w, height());
-}
-
-void CapsuleSegmentedControl::paintEvent(QPaintEvent *)
-{
-    QPainter p(this);
-    p.setRenderHint(QPainter::Antialiasing);
-    const QRectF r = capsule(this);
-    const qreal radius = m_cornerRadius >= 0 ? m_cornerRadius : r.height() / 2;
-    p.setPen(QPen(PillTheme::outline(palette()), 1));
-    p.setBrush(PillTheme::fill(palette()));
-    p.drawRoundedRect(r, radius, radius);
-    const int iconSize = qMin(16, height() - 10);
-    for (int i = 0; i < segmentCount(); ++i) {
-        const QRectF seg = segmentRect(i);
-        if (i == m_selectedIndex) {
-            QColor selected = PillTheme::accent(palette());
-            if (!isEnabled())
-                selected.setAlphaF(0.4f);
-            p.setPen(Qt::NoPen);
-            p.setBrush(selected);
-            const QRectF knob = seg.adjusted(2, 2, -2, -2);
-            const qreal knobRadius = qMax<qreal>(0, radius - 2);
-            p.drawRoundedRect(knob, knobRadius, knobRadius);
-        }
-        const QIcon::Mode mode = !isEnabled() ? QIcon::Disabled : i == m_selectedIndex ? QIcon::Selected : QIcon::Normal;
-        const QPixmap pixmap = m_icons[i].pixmap(QSize(iconSize, iconSize), devicePixelRatioF(), mode);
-        p.drawPixmap(QPointF(seg.center().x() - iconSize / 2.0, seg.center().y() - iconSize / 2.0), pixmap);
-    }
-}
-
-void CapsuleSegmentedControl::mousePressEvent(QMouseEvent *event)
-{
-    if (!isEnabled() || event->button() != Qt::LeftButton)
-        return;
-    for (int i = 0; i < segmentCount(); ++i) {
-        if (segmentRect(i).contains(event->position()) && i != m_selectedIndex) {
-            setSelectedIndex(i);
-            if (onSelect)
-                onSelect(i);
-        }
-    }
-}
-
-MSSegmented::MSSegmented(const QStringList &symbols, const QStringList &toolTips, int selected, QSize size,
-                         std::function<void(int)> onChange, QWidget *parent)
-    : CapsuleSegmentedControl(
-          [&] {
-              QList<QIcon> icons;
-              for (const QString &symbol : symbols) {
-                  QIcon icon = Symbols::icon(symbol, PillTheme::secondaryText(QPalette()), 16);
-                  icon.addPixmap(Symbols::pixmap(symbol, Qt::white, 16), QIcon::Selected);
-                  icons.append(icon);
-              }
-              return icons;
-          }(),
-          parent)
-    , m_toolTips(toolTips)
-{
-    setFixedSize(size);
-    setSelectedIndex(selected);
-    onSelect = std::move(onChange);
-}
-
-bool MSSegmented::event(QEvent *event)
-{
-    if (event->type() == QEvent::ToolTip) {
-        auto *help = static_cast<QHelpEvent *>(event);
-        const int index = int(help->pos().x() * segmentCount() / qMax(1, width()));
-        if (index >= 0 && index < m_toolTips.size())
-            QToolTip::showText(help->globalPos(), m_toolTips[index], this);
-        return true;
-    }
-    return CapsuleSegmentedControl::event(event);
-}
-
 // PillSwitch
 
 PillSwitch::PillSwitch(bool on, QWidget *parent)
@@ -347,39 +245,16 @@ void PillSwitch::paintEvent(QPaintEvent *)
     const qreal x = isChecked() ? track.right() - 2 - d : track.left() + 2;
     p.setBrush(QColor(0, 0, 0, 40));
     p.drawEllipse(QRectF(x, track.top() + 2.6, d, d)); // soft shadow
-    p.setBrush(isEnabled() ? QColor(Qt::white) : QColor(245, 245, 245));
+    QColor knob(Qt::white);
+    if (!isEnabled()) { // halfway to the window colour, so that it fades on dark themes too
+        const QColor window = palette().color(QPalette::Window);
+        knob.setRgb((255 + window.red()) / 2, (255 + window.green()) / 2, (255 + window.blue()) / 2);
+    }
+    p.setBrush(knob);
     p.drawEllipse(QRectF(x, track.top() + 2, d, d));
     if (hasFocus()) {
         p.setPen(QPen(PillTheme::accent(palette()), 1.5));
         p.setBrush(Qt::NoBrush);
         p.drawRoundedRect(track, track.height() / 2, track.height() / 2);
     }
-}
-
-// BlendScroller
-
-BlendScroller::BlendScroller(Qt::Orientation orientation, QWidget *parent)
-    : QScrollBar(orientation, parent)
-{
-    setAttribute(Qt::WA_OpaquePaintEvent, false);
-    setAttribute(Qt::WA_Hover);
-    setFixedWidth(orientation == Qt::Vertical ? 10 : QWIDGETSIZE_MAX);
-}
-
-void BlendScroller::paintEvent(QPaintEvent *)
-{
-    if (maximum() <= minimum())
-        return;
-    QStyleOptionSlider option;
-    initStyleOption(&option);
-    QRectF knob = style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this);
-    knob = orientation() == Qt::Vertical ? knob.adjusted(3, 2, -2, -2) : knob.adjusted(2, 3, -2, -2);
-    QColor c = palette().color(QPalette::WindowText);
-    c.setAlphaF(underMouse() || isSliderDown() ? 0.45f : 0.25f);
-    QPainter p(this);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(Qt::NoPen);
-    p.setBrush(c);
-    const qreal radius = qMin(knob.width(), knob.height()) / 2;
-    p.drawRoundedRect(knob, radius, radius);
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
-// The settings window's custom controls: capsule buttons, a pull-down pill, a capsule segmented control,
-// an on/off switch and a track-less scroll bar, all drawn with the shared `PillTheme` and the
-// widget palette (so they follow light and dark themes).
+// The settings window's custom controls: capsule buttons, a pull-down pill, a capsule segmented
+// control and an on/off switch, all drawn with the shared `PillTheme` and the widget palette (so
+// they follow light and dark themes).
 #include <QAbstractButton>
 #include <QList>
-#include <QScrollBar>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -87,44 +86,6 @@ private:
     std::function<void(const QVariant &)> m_onSelect;
 };
 
-// A capsule of icon segments, one of them selected.
-class CapsuleSegmentedControl : public QWidget {
-    Q_OBJECT
-public:
-    CapsuleSegmentedControl(const QList<QIcon> &icons, QWidget *parent = nullptr);
-    int segmentCount() const { return int(m_icons.size()); }
-    int selectedIndex() const { return m_selectedIndex; }
-    void setSelectedIndex(int index);
-    void setCornerRadius(qreal radius) { m_cornerRadius = radius; update(); }
-    std::function<void(int)> onSelect;
-
-protected:
-    void paintEvent(QPaintEvent *) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    QSize sizeHint() const override;
-
-private:
-    QRectF segmentRect(int index) const;
-
-    QList<QIcon> m_icons;
-    int m_selectedIndex = 0;
-    qreal m_cornerRadius = -1; // capsule
-};
-
-// `MSSegmented`: symbol segments with tool-tips, bound to an index, of a given size.
-class MSSegmented : public CapsuleSegmentedControl {
-    Q_OBJECT
-public:
-    MSSegmented(const QStringList &symbols, const QStringList &toolTips, int selected, QSize size,
-                std::function<void(int)> onChange, QWidget *parent = nullptr);
-
-protected:
-    bool event(QEvent *event) override; // per-segment tool-tips
-
-private:
-    QStringList m_toolTips;
-};
-
 // The rows' on/off switch (no visible label; the row's title names it for accessibility).
 class PillSwitch : public QAbstractButton {
     Q_OBJECT
@@ -134,16 +95,4 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *) override;
-};
-
-// `BlendScroller`: an overlay-style scroll bar that draws its knob and no track.
-class BlendScroller : public QScrollBar {
-    Q_OBJECT
-public:
-    explicit BlendScroller(Qt::Orientation orientation, QWidget *parent = nullptr);
-
-protected:
-    void paintEvent(QPaintEvent *) override;
-    void enterEvent(QEnterEvent *) override { update(); }
-    void leaveEvent(QEvent *) override { update(); }
 };

@@ -2,6 +2,7 @@
 #include "settings/SettingsView.h"
 
 #include "common/Symbols.h"
+#include "common/ThinScrollBar.h"
 #include "l10n/L10n.h"
 #include "settings/PillControls.h"
 #include "settings/SettingsRouter.h"
@@ -174,7 +175,7 @@ QWidget *SettingsView::buildContentPane()
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setWidgetResizable(true);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_scroll->setVerticalScrollBar(new BlendScroller(Qt::Vertical, m_scroll));
+    ThinScrollBar::install(m_scroll);
     m_scroll->viewport()->setAutoFillBackground(false);
     column->addWidget(m_scroll, 1);
     return pane;

@@ -49,7 +49,7 @@ void RowDivider::paintEvent(QPaintEvent *)
     QPainter p(this);
     QColor c = palette().color(QPalette::WindowText);
     c.setAlphaF(0.09f);
-    p.fillRect(rect().adjusted(SettingsMetrics::rowHorizontal, 0, 0, 0), c);
+    p.fillRect(rect().adjusted(SettingsMetrics::rowHorizontal, 0, -SettingsMetrics::rowHorizontal, 0), c);
 }
 
 // SettingsCard
@@ -239,7 +239,9 @@ void StatusBadge::paintEvent(QPaintEvent *)
         p.drawPixmap(QPoint(x, (height() - 14) / 2), Symbols::pixmap(m_symbol, m_tint, 14, devicePixelRatioF()));
         x += 14 + 6;
     }
-    p.setPen(m_tint.darker(115));
+    // The word a shade deeper than the tint on light backgrounds, a shade brighter on dark ones.
+    const bool dark = palette().color(QPalette::Window).lightness() < 128;
+    p.setPen(dark ? m_tint.lighter(135) : m_tint.darker(115));
     p.drawText(QRect(x, 0, width() - x - 10, height()), Qt::AlignVCenter | Qt::AlignLeft, m_text);
 }
 

@@ -19,7 +19,7 @@ inline constexpr int cardSpacing = 14;
 inline constexpr int controlGap = 18; // between a row's texts and its control
 }
 
-// A horizontal hairline between the rows of a card.
+// A horizontal hairline between the rows of a card, inset like the rows' contents on both sides.
 class RowDivider : public QWidget {
     Q_OBJECT
 public:

@@ -34,20 +34,22 @@ void SettingsWindowController::createWindow()
     m_window->setObjectName(QStringLiteral("settingsWindow"));
     m_window->setAttribute(Qt::WA_DeleteOnClose);
     m_window->setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
-                             Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
+                             Qt::WindowMinimizeButtonHint);
     m_window->setWindowIcon(QIcon(QStringLiteral(":/com.norvane.Stashwell.svg")));
     m_window->setWindowTitle(m_services.l10n.string(QStringLiteral("settings.title")));
-    m_window->setMinimumSize(minimumSize);
-    m_window->resize(contentSize);
     auto *layout = new QVBoxLayout(m_window);
     layout->setContentsMargins(0, 0, 0, 0);
     m_view = new SettingsView(m_services, m_router, m_window);
     layout->addWidget(m_view);
+    // A fixed size, as the guide has: the tabs scroll. Window managers that give resizable
+    // windows a handle along the bottom edge (openbox) give this one none.
+    QRect frame(QPoint(), contentSize);
     if (const QScreen *screen = QGuiApplication::primaryScreen()) {
-        QRect frame(QPoint(), contentSize);
+        frame.setSize(contentSize.boundedTo(screen->availableGeometry().size()));
         frame.moveCenter(screen->availableGeometry().center());
-        m_window->move(frame.topLeft());
     }
+    m_window->setFixedSize(frame.size());
+    m_window->move(frame.topLeft());
     connect(m_window, &ClosingWindow::closing, this, &SettingsWindowController::windowWillClose);
 }
 

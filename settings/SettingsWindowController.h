@@ -16,8 +16,7 @@ class SettingsRouter;
 class SettingsWindowController : public QObject {
     Q_OBJECT
 public:
-    static constexpr QSize contentSize{760, 520};
-    static constexpr QSize minimumSize{720, 480};
+    static constexpr QSize contentSize{760, 520}; // or the screen's usable area, if smaller
 
     SettingsWindowController(SettingsServices services, SettingsRouter &router, QObject *parent = nullptr);
     static SettingsWindowController &shared();
