@@ -21,6 +21,7 @@
 #include "settings/SettingsWindowController.h"
 #include "platform/DefaultsStore.h"
 #include "platform/GlobalHotKey.h"
+#include "platform/PlatformBackend.h"
 
 #include <QApplication>
 #include <QJsonArray>
@@ -43,6 +44,12 @@ void AppDelegate::applyLanguageOverride(DefaultsStore &defaults)
         defaults.remove(QStringLiteral("AppleLanguages"));
 }
 
+bool AppDelegate::isGnomeOnWayland()
+{
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':')).contains(QLatin1String("GNOME"))
+        && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
 void AppDelegate::applicationDidFinishLaunching()
 {
     L10n::shared().bootstrap();
@@ -58,6 +65,7 @@ void AppDelegate::applicationDidFinishLaunching()
             m_notice->close();
     };
     ClipboardMonitor::shared().start();
+    reportMissingCapture();
     // Without a tray nothing shows that Stashwell runs: say how to open it.
     if (!QSystemTrayIcon::isSystemTrayAvailable())
         showNotice(L10n::shared().format(QStringLiteral("notice.noTray"),
@@ -101,6 +109,13 @@ void AppDelegate::startHotKey()
 void AppDelegate::hotKeyStatusChanged()
 {
     const GlobalHotKey &hotKey = GlobalHotKey::shared();
+    // On Wayland, where no portal binds it, the desktop's own shortcut has to run `stashwell toggle`.
+    if (hotKey.status() == GlobalHotKey::Status::unavailable && !m_hotKeyAdviceShown
+        && PlatformBackend::shared().kind() == PlatformBackend::Kind::wayland) {
+        m_hotKeyAdviceShown = true;
+        showNotice(L10n::shared().string(QStringLiteral("gen.hotkeyWayland")), false);
+        return;
+    }
     if (hotKey.status() != GlobalHotKey::Status::taken)
         return;
     // The General tab's row already says so to someone choosing a key there.
@@ -110,12 +125,31 @@ void AppDelegate::hotKeyStatusChanged()
                true);
 }
 
+void AppDelegate::reportMissingCapture()
+{
+    PlatformBackend &platform = PlatformBackend::shared();
+    const auto report = [this](bool available) {
+        if (!available)
+            showNotice(L10n::shared().string(QStringLiteral("perm.captureMissing")), false);
+    };
+    if (isCaptureLimited())
+        report(false);
+    else if (!platform.canCapture())
+        connect(&platform, &PlatformBackend::captureAvailabilityKnown, this, report, Qt::SingleShotConnection);
+}
+
+bool AppDelegate::isCaptureLimited()
+{
+    const PlatformBackend &platform = PlatformBackend::shared();
+    return platform.canCapture() == false || (isGnomeOnWayland() && platform.kind() == PlatformBackend::Kind::x11);
+}
+
 void AppDelegate::chooseAnotherHotKey()
 {
     SettingsWindowController &settings = SettingsWindowController::shared();
     settings.show(SettingsTab::general);
     if (auto *recorder = settings.window()->findChild<HotKeyRecorder *>())
-        recorder->startRecording();
+        recorder->startRecordingWhenActive();
 }
 
 void AppDelegate::showNotice(const QString &text, bool offerChoice)
@@ -127,6 +161,7 @@ void AppDelegate::showNotice(const QString &text, bool offerChoice)
         connect(m_notice, &QMessageBox::finished, m_notice, &QObject::deleteLater);
         m_notice->setAttribute(Qt::WA_ShowWithoutActivating);
         m_notice->setWindowModality(Qt::NonModal);
+        m_notice->setObjectName(QStringLiteral("notice"));
         m_notice->setWindowRole(QStringLiteral("notice")); // how the desktop tests tell it from the palette
         m_notice->addButton(L10n::shared().string(QStringLiteral("common.ok")), QMessageBox::AcceptRole);
     }

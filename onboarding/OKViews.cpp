@@ -86,39 +86,40 @@ OKReadyHeader::OKReadyHeader(const QString &title, const QString &body, QWidget 
 
 // OKPermissionRow
 
-OKPermissionRow::OKPermissionRow(const QString &icon, const QString &title, const QString &body,
-                                 std::function<bool()> granted, const QString &grantTitle,
-                                 const QString &grantedTitle, std::function<void()> action, QWidget *parent)
+OKPermissionRow::OKPermissionRow(const QString &icon, Texts texts, std::function<bool()> granted, QWidget *parent)
     : QFrame(parent)
+    , m_texts(std::move(texts))
     , m_granted(std::move(granted))
 {
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(14, 12, 14, 12);
     layout->setSpacing(12);
     layout->addWidget(new IconChip(icon, {QColor(0xFFB340), QColor(0xFF9500)}, 34, this), 0, Qt::AlignTop);
-    auto *texts = new QVBoxLayout;
-    texts->setSpacing(2);
-    auto *titleLabel = new QLabel(title, this);
+    auto *column = new QVBoxLayout;
+    column->setSpacing(2);
+    auto *titleLabel = new QLabel(m_texts.title, this);
     titleLabel->setFont(SettingsText::scaled(titleLabel->font(), 1.0, QFont::DemiBold));
-    texts->addWidget(titleLabel);
-    texts->addWidget(SettingsText::secondary(body, 0.9, this));
+    column->addWidget(titleLabel);
+    m_body = SettingsText::secondary(m_texts.body, 0.9, this);
+    column->addWidget(m_body);
     auto *controls = new QHBoxLayout;
     controls->setContentsMargins(0, 8, 0, 0);
-    m_button = new MSPillButton(grantTitle, true, std::move(action), this);
-    m_button->setObjectName(QStringLiteral("grantButton"));
-    m_badge = new PermissionStatusBadge(true, grantedTitle, this);
+    m_button = new MSPillButton(m_texts.recheck, true, [this] { refresh(); }, this);
+    m_button->setObjectName(QStringLiteral("recheckButton"));
+    m_badge = new PermissionStatusBadge(true, m_texts.granted, this);
     m_badge->setObjectName(QStringLiteral("grantedBadge"));
     controls->addWidget(m_button);
     controls->addWidget(m_badge);
     controls->addStretch(1);
-    texts->addLayout(controls);
-    layout->addLayout(texts, 1);
+    column->addLayout(controls);
+    layout->addLayout(column, 1);
     refresh();
 }
 
 void OKPermissionRow::refresh()
 {
     m_showsGranted = m_granted && m_granted();
+    m_body->setText(m_showsGranted ? m_texts.body : m_texts.missingBody);
     m_button->setVisible(!m_showsGranted);
     m_badge->setVisible(m_showsGranted);
 }
@@ -145,7 +146,7 @@ OKHintRow::OKHintRow(const QStringList &keys, const QString &label, const QStrin
     for (const QString &key : keys)
         capsLayout->addWidget(new OKKeycap(key, caps));
     capsLayout->addStretch(1);
-    caps->setFixedWidth(128); // labels line up whatever the keys
+    caps->setMinimumWidth(128); // labels line up unless a hot key needs more caps
     layout->addWidget(caps);
     auto *text = new QLabel(label, this);
     text->setWordWrap(true);

@@ -44,13 +44,15 @@ public:
     OKReadyHeader(const QString &title, const QString &body = {}, QWidget *parent = nullptr);
 };
 
-// A permission with its grant button, or the granted badge once `granted` holds.
+// A permission the application cannot grant itself: the granted badge once `granted` holds,
+// else what its absence means and a button that checks again.
 class OKPermissionRow : public QFrame {
     Q_OBJECT
 public:
-    OKPermissionRow(const QString &icon, const QString &title, const QString &body, std::function<bool()> granted,
-                    const QString &grantTitle, const QString &grantedTitle, std::function<void()> action,
-                    QWidget *parent = nullptr);
+    struct Texts {
+        QString title, body, missingBody, recheck, granted;
+    };
+    OKPermissionRow(const QString &icon, Texts texts, std::function<bool()> granted, QWidget *parent = nullptr);
     bool showsGranted() const { return m_showsGranted; }
 
 public slots:
@@ -60,7 +62,9 @@ protected:
     void paintEvent(QPaintEvent *) override;
 
 private:
+    Texts m_texts;
     std::function<bool()> m_granted;
+    QLabel *m_body;
     QWidget *m_button;
     QWidget *m_badge;
     bool m_showsGranted = false;

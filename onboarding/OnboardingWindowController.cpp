@@ -5,6 +5,7 @@
 #include "l10n/L10n.h"
 #include "onboarding/OKRootView.h"
 #include "onboarding/OKViews.h"
+#include "platform/GlobalHotKey.h"
 #include "settings/AccessibilityPermission.h"
 
 #include <QVBoxLayout>
@@ -34,10 +35,18 @@ OnboardingWindowController::OnboardingWindowController(AppSettings &settings, L1
     , m_serviceHost(serviceHost)
     , m_options(std::move(options))
 {
-    connect(&l10n, &L10n::languageChanged, this, [this] {
-        if (m_kit && m_kit->rootView())
-            m_kit->rootView()->refresh();
-    }, Qt::QueuedConnection);
+    // The pages are rebuilt in a new language or with a new hot key.
+    connect(&l10n, &L10n::languageChanged, this, &OnboardingWindowController::refreshPage, Qt::QueuedConnection);
+    connect(&settings, &AppSettings::changed, this, [this](const QString &key) {
+        if (key == QLatin1String("hotKey"))
+            QMetaObject::invokeMethod(this, &OnboardingWindowController::refreshPage, Qt::QueuedConnection);
+    });
+}
+
+void OnboardingWindowController::refreshPage()
+{
+    if (m_kit && m_kit->rootView())
+        m_kit->rootView()->refresh();
 }
 
 QString OnboardingWindowController::text(const char *key) const { return m_l10n.string(QString::fromLatin1(key)); }
@@ -108,10 +117,11 @@ QList<OKStep> OnboardingWindowController::makeSteps()
     permissions.skippable = true;
     permissions.requiredGranted = [this] { return m_accessibility.isTrusted(); };
     permissions.content = [this] {
+        const OKPermissionRow::Texts texts{text("perm.ax"), text("perm.axWhy"), text("perm.axMissing"),
+                                           text("perm.checkAgain"), text("perm.granted")};
         return column({new OKStepHeader(text("onb.permTitle"), text("onb.permBody")),
-                       new OKPermissionRow(QStringLiteral("lock.shield.fill"), text("perm.ax"), text("perm.axWhy"),
-                                           [this] { return m_accessibility.isTrusted(); }, text("common.grant"),
-                                           text("perm.granted"), [this] { m_accessibility.press(); })},
+                       new OKPermissionRow(QStringLiteral("lock.shield.fill"), texts,
+                                           [this] { return m_accessibility.isTrusted(); })},
                       22);
     };
 
@@ -122,9 +132,8 @@ QList<OKStep> OnboardingWindowController::makeSteps()
         auto *rows = new QVBoxLayout(hints);
         rows->setContentsMargins(4, 0, 4, 0);
         rows->setSpacing(10);
-        // The palette's shortcuts with this desktop's key names; ↩ is the Return key.
-        rows->addWidget(new OKHintRow({QStringLiteral("Super"), QStringLiteral("Shift"), QStringLiteral("V")},
-                                      text("onb.tutOpen")));
+        // The hot key as it is set, then the palette's shortcuts; ↩ is the Return key.
+        rows->addWidget(new OKHintRow(GlobalHotKey::displayParts(m_settings.hotKeyCombination()), text("onb.tutOpen")));
         rows->addWidget(new OKHintRow({QStringLiteral("↩")}, text("onb.tutPaste")));
         rows->addWidget(new OKHintRow({QStringLiteral("Alt"), QStringLiteral("↩")}, text("onb.tutPlain")));
         rows->addWidget(new OKHintRow({QStringLiteral("Ctrl"), QStringLiteral("P")}, text("onb.tutPin")));

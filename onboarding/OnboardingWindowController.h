@@ -34,6 +34,7 @@ public:
 
 private:
     void complete();
+    void refreshPage();
     QString text(const char *key) const;
     // A consent switch bound to its setting, or off and disabled while no service is configured.
     QWidget *consentRow(const char *titleKey, const char *bodyKey, const char *name, bool on,

@@ -12,8 +12,7 @@ GlobalHotKey::GlobalHotKey(HotKeyBackend &backend, QObject *parent)
 GlobalHotKey::~GlobalHotKey()
 {
     // The backend must not call into a destroyed object.
-    if (m_hotKeyRef)
-        m_backend.unregisterHotKey(*m_hotKeyRef);
+    releaseGrab();
     if (m_eventHandler)
         m_backend.removeHandler(*m_eventHandler);
 }
@@ -71,12 +70,10 @@ QStringList GlobalHotKey::displayParts(QKeyCombination combination)
 
 void GlobalHotKey::registerHotKey(QKeyCombination combination)
 {
-    if (combination == m_combination && m_status == Status::registered)
+    m_wanted = combination;
+    if (m_suspended || (combination == m_combination && m_hotKeyRef))
         return;
-    if (m_hotKeyRef) {
-        m_backend.unregisterHotKey(*m_hotKeyRef);
-        m_hotKeyRef.reset();
-    }
+    releaseGrab();
     installHandler();
     const HotKeyBackend::Registration registration =
         m_backend.registerHotKey(combination.key(), combination.keyboardModifiers(), identifier);
@@ -89,6 +86,24 @@ void GlobalHotKey::registerHotKey(QKeyCombination combination)
     m_combination = combination;
     m_status = status;
     emit statusChanged();
+}
+
+void GlobalHotKey::setSuspended(bool suspended)
+{
+    if (suspended == m_suspended)
+        return;
+    m_suspended = suspended;
+    if (suspended)
+        releaseGrab();
+    else if (m_wanted)
+        registerHotKey(*m_wanted);
+}
+
+void GlobalHotKey::releaseGrab()
+{
+    if (m_hotKeyRef)
+        m_backend.unregisterHotKey(*m_hotKeyRef);
+    m_hotKeyRef.reset();
 }
 
 void GlobalHotKey::installHandler()

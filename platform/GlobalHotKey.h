@@ -31,8 +31,14 @@ public:
     static QString displayText(QKeyCombination combination) { return displayParts(combination).join(QLatin1Char('+')); }
 
     // Releases the current combination, then grabs `combination`; the same combination again
-    // is kept as it is while it is registered and tried again when it was not.
+    // is kept as it is while it is registered and tried again when it was not. While suspended
+    // the grab waits for the suspension to end.
     void registerHotKey(QKeyCombination combination);
+    // While suspended nothing is grabbed, so the combination's presses reach the focused window
+    // (the hot-key recorder records them instead of the palette opening); the end of the
+    // suspension grabs the last registered combination again. Status and combination stay.
+    void setSuspended(bool suspended);
+    bool isSuspended() const { return m_suspended; }
     QKeyCombination combination() const { return m_combination; }
     Status status() const { return m_status; }
     bool isRegistered() const { return m_status == Status::registered; }
@@ -47,10 +53,13 @@ signals:
 
 private:
     void installHandler();
+    void releaseGrab();
 
     HotKeyBackend &m_backend;
     std::optional<HotKeyBackend::Handle> m_hotKeyRef;
     std::optional<HotKeyBackend::Handle> m_eventHandler;
     QKeyCombination m_combination = defaultCombination;
     Status m_status = Status::none;
+    std::optional<QKeyCombination> m_wanted; // the last registered, grabbed unless suspended
+    bool m_suspended = false;
 };

@@ -5,6 +5,8 @@
 #include "settings/HotKeyRecorder.h"
 #include "settings/SettingsTabs.h"
 
+#include <QGuiApplication>
+
 GeneralTab::GeneralTab(SettingsServices &services, QWidget *parent)
     : SettingsTabPage(services, parent)
 {
@@ -16,8 +18,10 @@ GeneralTab::GeneralTab(SettingsServices &services, QWidget *parent)
         m_services.settings.setHotKey(GlobalHotKey::portableText(combination));
     });
     onSettingChanged("hotKey", [this] { refreshHotKeyRow(); });
-    if (services.hotKey)
+    if (services.hotKey) {
         connect(services.hotKey, &GlobalHotKey::statusChanged, this, &GeneralTab::refreshHotKeyRow);
+        connect(m_hotKeyRecorder, &HotKeyRecorder::recordingChanged, services.hotKey, &GlobalHotKey::setSuspended);
+    }
     refreshHotKeyRow();
 
     SettingsCard *card = addCard();
@@ -50,10 +54,16 @@ void GeneralTab::refreshHotKeyRow()
     m_hotKeyRecorder->setCombination(combination);
     const GlobalHotKey *hotKey = m_services.hotKey;
     const bool taken = hotKey && hotKey->status() == GlobalHotKey::Status::taken && hotKey->combination() == combination;
-    m_hotKeyRow->setSubtitle(taken ? m_services.l10n.format(QStringLiteral("gen.hotkeyTaken"), GlobalHotKey::displayText(combination))
-                                   : string("gen.hotkeySub"));
+    // On Wayland, unless the desktop's portal binds it, no program gets a key: the row says how to
+    // bind `stashwell toggle` instead.
+    const bool noGlobalKeys = hotKey && hotKey->status() == GlobalHotKey::Status::unavailable
+        && QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    m_hotKeyRow->setSubtitle(taken          ? m_services.l10n.format(QStringLiteral("gen.hotkeyTaken"),
+                                                                     GlobalHotKey::displayText(combination))
+                             : noGlobalKeys ? string("gen.hotkeyWayland")
+                                            : string("gen.hotkeySub"));
     QPalette palette = m_hotKeyRow->subtitleLabel()->palette();
-    palette.setColor(QPalette::WindowText, taken ? PillTheme::warning() : PillTheme::secondaryText(palette));
+    palette.setColor(QPalette::WindowText, taken || noGlobalKeys ? PillTheme::warning() : PillTheme::secondaryText(palette));
     m_hotKeyRow->subtitleLabel()->setPalette(palette);
 }
 

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QStackedLayout>
+#include <utility>
 
 HotKeyRecorder::HotKeyRecorder(QKeyCombination combination, const QString &prompt, QWidget *parent)
     : QWidget(parent)
@@ -21,9 +22,15 @@ HotKeyRecorder::HotKeyRecorder(QKeyCombination combination, const QString &promp
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setContentsMargins(6, 3, 6, 3);
+    m_prompt->setObjectName(QStringLiteral("hotKeyRecording")); // shown while recording
     m_prompt->setWordWrap(false);
     m_pages->addWidget(m_prompt);
     setCombination(combination);
+}
+
+HotKeyRecorder::~HotKeyRecorder()
+{
+    stopRecording(); // deleted while recording: the global hot key comes back
 }
 
 void HotKeyRecorder::setCombination(QKeyCombination combination)
@@ -45,6 +52,22 @@ void HotKeyRecorder::startRecording()
     setFocus(Qt::OtherFocusReason);
     grabKeyboard();
     update();
+    emit recordingChanged(true);
+}
+
+void HotKeyRecorder::startRecordingWhenActive()
+{
+    if (isActiveWindow())
+        startRecording();
+    else
+        m_startWhenActive = true;
+}
+
+bool HotKeyRecorder::event(QEvent *event)
+{
+    if (event->type() == QEvent::WindowActivate && std::exchange(m_startWhenActive, false))
+        startRecording();
+    return QWidget::event(event);
 }
 
 void HotKeyRecorder::stopRecording()
@@ -55,6 +78,7 @@ void HotKeyRecorder::stopRecording()
     releaseKeyboard();
     m_pages->setCurrentWidget(m_chips);
     update();
+    emit recordingChanged(false);
 }
 
 void HotKeyRecorder::choose(QKeyCombination combination)
@@ -97,6 +121,7 @@ void HotKeyRecorder::focusOutEvent(QFocusEvent *event)
 
 void HotKeyRecorder::hideEvent(QHideEvent *event)
 {
+    m_startWhenActive = false;
     stopRecording();
     QWidget::hideEvent(event);
 }

@@ -11,28 +11,36 @@ PermissionsTab::PermissionsTab(SettingsServices &services, QWidget *parent)
     auto *control = new QWidget;
     auto *layout = new QHBoxLayout(control);
     layout->setContentsMargins(0, 0, 0, 0);
-    // The state of the XTest extension, and while it is missing how to get it.
+    // The state of the XTest extension. Only the X server's configuration changes it, so the
+    // one action is to ask again.
     m_badge = new PermissionStatusBadge(true, string("perm.granted"));
     m_badge->setObjectName(QStringLiteral("grantedBadge"));
     m_missingBadge = new PermissionStatusBadge(false, string("perm.notGranted"));
     m_missingBadge->setObjectName(QStringLiteral("missingBadge"));
-    m_grantButton = new MSPillButton(string("common.grant"), true, [this] { m_services.accessibility.press(); });
-    m_grantButton->setObjectName(QStringLiteral("grantButton"));
+    m_recheckButton = new MSPillButton(string("perm.checkAgain"), true, [this] { refresh(); });
+    m_recheckButton->setObjectName(QStringLiteral("recheckButton"));
     layout->addWidget(m_badge);
     layout->addWidget(m_missingBadge);
-    auto *row = new SettingsRow(string("perm.ax"), string("perm.axWhy"), control);
-    row->addBelow(m_grantButton, Qt::AlignLeft);
-    addCard()->addRow(row);
-    addFooter(string("gen.axNote"));
+    m_row = new SettingsRow(string("perm.ax"), string("perm.axWhy"), control);
+    m_row->addBelow(m_recheckButton, Qt::AlignLeft);
+    addCard()->addRow(m_row);
     refresh();
+    // Where the desktop keeps other applications' copies from Stashwell (GNOME on Wayland).
+    if (services.captureLimited()) {
+        auto *capture = new SettingsRow(string("perm.capture"), string("perm.captureMissing"),
+                                        new PermissionStatusBadge(false, string("perm.notGranted")));
+        capture->setObjectName(QStringLiteral("captureRow"));
+        addCard()->addRow(capture);
+    }
 }
 
 void PermissionsTab::refresh()
 {
-    const bool granted = m_services.accessibility.isTrusted();
-    m_badge->setVisible(granted);
-    m_missingBadge->setVisible(!granted);
-    m_grantButton->setVisible(!granted);
+    const bool available = m_services.accessibility.isTrusted();
+    m_badge->setVisible(available);
+    m_missingBadge->setVisible(!available);
+    m_recheckButton->setVisible(!available);
+    m_row->setSubtitle(string(available ? "perm.axWhy" : "perm.axMissing"));
 }
 
 void PermissionsTab::showEvent(QShowEvent *)

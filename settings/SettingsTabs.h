@@ -63,7 +63,8 @@ public:
     static constexpr int pollIntervalMs = 1000;
     explicit PermissionsTab(SettingsServices &services, QWidget *parent = nullptr);
     bool polling() const { return m_timer->isActive(); }
-    // Reads whether XTest is available and shows its badge (and the button while missing).
+    // Reads whether XTest is available and shows its badge; while it is missing the row says
+    // what that means and offers to check again.
     void refresh();
 
 protected:
@@ -72,9 +73,10 @@ protected:
 
 private:
     std::unique_ptr<PollTimer> m_timer;
+    SettingsRow *m_row;
     QWidget *m_badge;
     QWidget *m_missingBadge;
-    QWidget *m_grantButton;
+    QWidget *m_recheckButton;
 };
 
 class AccountTab : public SettingsTabPage {
