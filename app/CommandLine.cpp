@@ -208,7 +208,7 @@ QString usage()
         "  config KEY  print the value of one setting\n"
         "  config KEY VALUE [--yes]  set a setting; VALUE is JSON (true, 500, '[\"org.example.App\"]',\n"
         "              null) or a bare word taken as a string. A wrong key or type, or a value the\n"
-        "              settings window does not offer (historyLimit 100 to 5000, historyRetentionDays\n"
+        "              settings window does not offer (historyLimit 100 to 50000, historyRetentionDays\n"
         "              0 to 90): exit status 2. A historyLimit below the number of entries deletes the\n"
         "              oldest at once: without --yes it only says how many, changes nothing and\n"
         "              exits with status 1\n"
@@ -220,7 +220,13 @@ QString usage()
         "not running; list, paste and quit then fail with exit status 1, and config reads and\n"
         "writes the preferences file itself.\n"
         "  -h, --help     this text\n"
-        "  -v, --version  the version\n");
+        "  -v, --version  the version\n"
+        "\n"
+        "On Wayland no program can take a key for itself. Where the desktop's portal offers global\n"
+        "shortcuts (KDE Plasma), Stashwell asks it for its hot key; elsewhere bind a key of the\n"
+        "desktop to `stashwell toggle`, which opens the history as quickly:\n"
+        "  sway:        bindsym $mod+Shift+v exec stashwell toggle   (in ~/.config/sway/config)\n"
+        "  KDE Plasma:  System Settings > Keyboard > Shortcuts > Add New > Command or Script\n");
 }
 
 QString errorText(const QString &reason)

@@ -2,6 +2,7 @@
 // The composition root: every service's process-wide instance, created on first use with its
 // real collaborators and never destroyed (so none is gone while another still uses it, and no
 // widget is torn down after the application object). Tests build the same classes with fakes instead.
+#include "app/AppDelegate.h"
 #include "app/AppSettings.h"
 #include "bridge/SkyletBridge.h"
 #include "capture/ClipboardMonitor.h"
@@ -24,11 +25,9 @@
 #include "platform/DefaultsStore.h"
 #include "platform/GlobalHotKey.h"
 #include "platform/LoginItem.h"
-#include "platform/X11ActiveWindow.h"
-#include "platform/X11Clipboard.h"
-#include "platform/X11ClipboardSnapshotReader.h"
-#include "platform/X11HotKeyBackend.h"
-#include "platform/X11KeyPoster.h"
+#include "platform/PlatformBackend.h"
+#include "platform/PortalHotKeyBackend.h"
+#include "platform/X11Popup.h"
 
 #include <QLibraryInfo>
 #include <QLocale>
@@ -46,30 +45,21 @@ void recordUsage(const QString &name, const QVariantMap &properties)
     ImproveReporter::shared().record(name, properties);
 }
 
-// One reader of the clipboard for the paste service's snapshots and the monitor's captures.
-X11ClipboardSnapshotReader &clipboardReader()
+// The session's platform objects (X11 or Wayland), one of each: the counters the paste service
+// registers must be the monitor's clipboard's.
+PlatformBackend &platform()
 {
-    static auto *reader = new X11ClipboardSnapshotReader;
-    return *reader;
-}
-
-// One clipboard for all: the counters the paste service registers must be the monitor's.
-X11Clipboard &clipboard()
-{
-    static auto *instance = new X11Clipboard(clipboardReader());
-    return *instance;
-}
-
-X11ActiveWindow &activeWindow()
-{
-    static X11ActiveWindow instance;
-    return instance;
+    return PlatformBackend::shared();
 }
 
 QStringList systemPreferredLanguages()
 {
     return QLocale::system().uiLanguages();
 }
+
+// The web service's host name, as the privacy texts name it; empty when none is configured
+// (nothing is sent then). The same test of the root as the account's and the reporters'.
+QString serviceHost() { return DiagnosticsConfig::endpoint(DiagnosticsConfig::serviceRoot(), QString()).host(); }
 
 } // namespace
 
@@ -91,7 +81,8 @@ HistoryStore &HistoryStore::shared()
 ClipboardMonitor &ClipboardMonitor::shared()
 {
     static auto *monitor =
-        new ClipboardMonitor(clipboard(), activeWindow(), AppSettings::shared(), HistoryStore::shared(), recordUsage);
+        new ClipboardMonitor(platform().clipboard(), platform().activeWindow(), AppSettings::shared(),
+                             HistoryStore::shared(), recordUsage);
     return *monitor;
 }
 
@@ -112,17 +103,27 @@ L10n &L10n::shared()
 
 GlobalHotKey &GlobalHotKey::shared()
 {
-    static auto *backend = new X11HotKeyBackend;
-    static auto *hotKey = new GlobalHotKey(*backend);
+    static auto *hotKey = [] {
+        auto *created = new GlobalHotKey(platform().hotKeyBackend());
+        // The desktop portal answers after the hot key was registered: when it has no shortcuts
+        // after all, the grab is released and asked for again, which then reports it unavailable.
+        if (auto *portal = dynamic_cast<PortalHotKeyBackend *>(&platform().hotKeyBackend()))
+            QObject::connect(portal, &PortalHotKeyBackend::availabilityKnown, created, [created](bool available) {
+                if (!available && !created->isSuspended()) {
+                    created->setSuspended(true);
+                    created->setSuspended(false);
+                }
+            });
+        return created;
+    }();
     return *hotKey;
 }
 
 // Where an entry becomes a paste.
 PasteService &PasteService::shared()
 {
-    static auto *keys = new X11KeyPoster;
-    static auto *service = new PasteService(clipboard(), *keys, clipboardReader(), ClipboardMonitor::shared(),
-                                            HistoryStore::shared(), AppSettings::shared());
+    static auto *service = new PasteService(platform().clipboard(), platform().keyPoster(), platform().clipboardReader(),
+                                            ClipboardMonitor::shared(), HistoryStore::shared(), AppSettings::shared());
     return *service;
 }
 
@@ -135,9 +136,13 @@ HUDToast &HUDToast::shared()
 
 PaletteController &PaletteController::shared()
 {
-    static auto *controller = new PaletteController(HistoryStore::shared(), AppSettings::shared(), L10n::shared(),
-                                                    PasteService::shared(), HUDToast::shared(), activeWindow(),
-                                                    AppIconCache::shared(), Clock::system(), recordUsage);
+    static auto *controller = [] {
+        auto *palette = new PaletteController(HistoryStore::shared(), AppSettings::shared(), L10n::shared(),
+                                              PasteService::shared(), HUDToast::shared(), platform().activeWindow(),
+                                              AppIconCache::shared(), Clock::system(), recordUsage);
+        palette->showPanel = X11Popup::show;
+        return palette;
+    }();
     return *controller;
 }
 
@@ -234,6 +239,7 @@ UpdaterController &UpdaterController::shared()
 #include "cloud/CloudAccount.h"
 #include "cloud/CloudSync.h"
 #include "cloud/KeychainStore.h"
+#include "cloud/TokenNoteKeychain.h"
 
 #include <QDesktopServices>
 #include <QNetworkAccessManager>
@@ -248,9 +254,12 @@ QNetworkAccessManager &cloudNetwork()
 
 } // namespace
 
-KeychainStore &KeychainStore::shared()
+// A signed-out user's Stashwell never connects to the Secret Service (TokenNoteKeychain).
+Keychain &KeychainStore::shared()
 {
-    static auto *keychain = new KeychainStore;
+    static auto *store = new KeychainStore;
+    static auto *keychain =
+        new TokenNoteKeychain(*store, DefaultsStore::shared(), !serviceHost().isEmpty());
     return *keychain;
 }
 
@@ -279,18 +288,11 @@ CloudSync &CloudSync::shared()
 #include "settings/SettingsRouter.h"
 #include "settings/SettingsWindowController.h"
 
-namespace {
-// The web service's host name, as the privacy texts name it; empty when none is configured
-// (nothing is sent then). The same test of the root as the account's and the reporters'.
-QString serviceHost() { return DiagnosticsConfig::endpoint(DiagnosticsConfig::serviceRoot(), QString()).host(); }
-} // namespace
-
-// One per process: the first grant press (settings or guide) prompts, later ones open the
-// desktop's accessibility settings. "Trusted" is XTest being present.
+// One per process, read by the settings and the guide. "Trusted": the session can type keys
+// (XTest on X11, a virtual keyboard on Wayland).
 AccessibilityGrant &AccessibilityGrant::shared()
 {
-    static auto *keys = new X11KeyPoster;
-    static auto *permission = new DesktopAccessibilityPermission(*keys, L10n::shared());
+    static auto *permission = new DesktopAccessibilityPermission(platform().keyPoster());
     static auto *grant = new AccessibilityGrant(*permission);
     return *grant;
 }
@@ -315,6 +317,7 @@ SettingsWindowController &SettingsWindowController::shared()
             [] { TesterMode::shared().registerClick(); }, PollTimers::qt(), QString::fromUtf8(BuildInfo::version),
             serviceHost()};
         services.hotKey = &GlobalHotKey::shared();
+        services.captureLimited = &AppDelegate::isCaptureLimited;
         return new SettingsWindowController(services, SettingsRouter::shared());
     }();
     return *controller;

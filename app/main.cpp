@@ -47,6 +47,10 @@ int main(int argc, char *argv[])
     AppMessageLog::install(); // keeps our own messages for the tester mode's log export
     AppDelegate::applyLanguageOverride(DefaultsStore::shared());
 
+    // GNOME offers no Wayland client the other applications' copies: through XWayland, Stashwell
+    // records at least what GNOME hands on to X11. An explicit QT_QPA_PLATFORM still wins.
+    if (AppDelegate::isGnomeOnWayland() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Stashwell"));
     QApplication::setOrganizationDomain(QStringLiteral("norvane.com"));

@@ -11,7 +11,8 @@ PalettePanel::PalettePanel(QWidget *content)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(content);
-    resize(panelSize);
+    // A fixed size also tells tiling Wayland compositors (sway) to float the window, not tile it.
+    setFixedSize(panelSize);
 }
 
 QRect PalettePanel::frame(const QRect &available)

@@ -50,4 +50,7 @@ struct SettingsServices {
     QString serviceHost;
     // The global hot key, whose failed grab the General tab reports (none in most tests).
     GlobalHotKey *hotKey = nullptr;
+    // Whether the desktop shows Stashwell only some of the other applications' copies, or none
+    // (GNOME on Wayland): the permissions tab says why.
+    std::function<bool()> captureLimited = [] { return false; };
 };
