@@ -86,7 +86,11 @@ void SkyletBridge::start()
     m_retryTimer = new QTimer(this);
     m_retryTimer->setInterval(m_tickMs);
     connect(m_retryTimer, &QTimer::timeout, this, &SkyletBridge::tick);
-    m_retryTimer->start();
+    connect(&m_socketWatch, &QFileSystemWatcher::directoryChanged, this, [this] {
+        connectIfPossible();
+        followSocket();
+    });
+    followSocket();
 
     connect(&m_store, &HistoryStore::itemsChanged, this, [this] { declareIfChanged(false); });
     declareIfChanged(false); // the current value, as a subscription delivers it
@@ -99,6 +103,32 @@ void SkyletBridge::tick()
     // So a dead peer found by the tick's own write is reconnected in the same tick.
     if (m_fd < 0)
         connectIfPossible();
+    followSocket();
+}
+
+// Ticks run while the socket exists (connected, or a companion not answering yet). Without it
+// nothing polls: the socket's folder, or the folder above until that exists, is watched, and a
+// change there is the cue to connect.
+void SkyletBridge::followSocket()
+{
+    const QFileInfo socket(Paths::skyletSocket());
+    if (socket.exists()) {
+        if (!m_retryTimer->isActive())
+            m_retryTimer->start();
+        return;
+    }
+    const QString dir = socket.absolutePath();
+    const QString watched = QFileInfo::exists(dir) ? dir : QFileInfo(dir).absolutePath();
+    const QStringList current = m_socketWatch.directories();
+    if (current != QStringList{watched}) {
+        if (!current.isEmpty())
+            m_socketWatch.removePaths(current);
+        if (!m_socketWatch.addPath(watched)) { // nothing to watch: keep trying every tick
+            m_retryTimer->start();
+            return;
+        }
+    }
+    m_retryTimer->stop();
 }
 
 void SkyletBridge::connectIfPossible()

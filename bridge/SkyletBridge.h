@@ -3,7 +3,8 @@
 // The client end of the local socket to the companion notch application, Skylet.
 // While connected it keeps the companion supplied with a "widget.state" declaration, follows
 // the companion's interface language and carries out its commands (paste an entry, open the
-// palette). While the companion is not running it stays silent and tries again every tick.
+// palette). While the companion's socket does not exist it stays silent and asleep: the
+// socket's folder is watched, and ticks only run while the socket is there.
 #include "bridge/FrameWriter.h"
 #include "bridge/LineFramer.h"
 #include "bridge/WidgetMessage.h"
@@ -11,6 +12,7 @@
 #include "l10n/AppLanguage.h"
 
 #include <QByteArrayView>
+#include <QFileSystemWatcher>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -72,6 +74,7 @@ public:
 
 private:
     void tick();
+    void followSocket();
     void connectIfPossible();
     void installReader(int fd);
     void readAvailable();
@@ -100,6 +103,7 @@ private:
     LineFramer m_readBuffer;
     FrameWriter m_writer;
     QTimer *m_retryTimer = nullptr;
+    QFileSystemWatcher m_socketWatch;
     QList<QUuid> m_lastSentIDs;
     std::optional<AppLanguage> m_hostLang;
     QString m_relLanguage;
