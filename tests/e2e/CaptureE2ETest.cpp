@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // End to end: the real `stashwell` under Xvfb + openbox records what real X11 clients copy.
 #include "e2e/XSession.h"
+#include "fakes/TestFiles.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -14,12 +15,6 @@ class CaptureE2ETest : public QObject {
     std::unique_ptr<XSession> x;
     const QFile::Permissions groupAndOthers = QFile::Permissions(0x0077);
 
-    // The newest entry, once its `field` has `value` (at most 5 s).
-    QJsonObject newestWith(const char *field, const QString &value) const
-    {
-        return x->waitForHistory([&](const QJsonArray &items) { return items[0][QLatin1String(field)] == value; })[0]
-            .toObject();
-    }
     bool skipped(qsizetype count) { return x->stashwellStderr().count("capture.skipped") == count; } // since the start
 
 private slots:
@@ -53,12 +48,11 @@ private slots:
     void htmlKeepsItsFormatting()
     {
         x->copyTypes({{"text/plain;charset=utf-8", "Bold move"}, {"text/html", "<b>Bold</b> move"}});
-        const QJsonObject item = newestWith("text", "Bold move");
+        const QJsonObject item = x->newestWith("text", "Bold move");
         QCOMPARE(item["hasHTML"].toBool(), true);
-        QFile html(x->historyDir() + "/blobs/" + item["id"].toString() + ".html");
-        QVERIFY(html.open(QIODevice::ReadOnly));
-        QCOMPARE(html.readAll(), QByteArray("<b>Bold</b> move"));
-        QCOMPARE(html.permissions() & groupAndOthers, 0);
+        const QString html = x->historyDir() + "/blobs/" + item["id"].toString() + ".html";
+        QCOMPARE(readFile(html), QByteArray("<b>Bold</b> move"));
+        QCOMPARE(QFileInfo(html).permissions() & groupAndOthers, 0);
     }
 
     void pngImageGetsBlobAndThumbnail()
@@ -69,13 +63,11 @@ private slots:
         QBuffer buffer(&png);
         QVERIFY(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG"));
         x->xclipCopy(png, QStringLiteral("image/png"));
-        const QJsonObject item = newestWith("kind", "image");
+        const QJsonObject item = x->newestWith("kind", "image");
         QCOMPARE(item["pixelWidth"].toInt(), 1600);
         QCOMPARE(item["pixelHeight"].toInt(), 900);
         QCOMPARE(item["hasImage"].toBool(), true);
-        QFile blob(x->historyDir() + "/blobs/" + item["id"].toString() + ".png");
-        QVERIFY(blob.open(QIODevice::ReadOnly));
-        QCOMPARE(blob.readAll(), png); // PNG is kept as it was copied
+        QCOMPARE(readFile(x->historyDir() + "/blobs/" + item["id"].toString() + ".png"), png); // kept as it was copied
         const QImage thumb(QStringLiteral("%1/thumbs/%2.png").arg(x->historyDir(), item["id"].toString()));
         QCOMPARE(thumb.size(), QSize(320, 180));
     }
@@ -84,7 +76,7 @@ private slots:
     {
         x->xclipCopy("file:///home/user/Report%202026.pdf\r\nfile:///home/user/photo.png\r\n",
                      QStringLiteral("text/uri-list"));
-        const QJsonObject item = newestWith("kind", "file");
+        const QJsonObject item = x->newestWith("kind", "file");
         QCOMPARE(item["fileURLs"].toArray(), QJsonArray({"/home/user/Report 2026.pdf", "/home/user/photo.png"}));
         QCOMPARE(item["text"].toString(), QStringLiteral("/home/user/Report 2026.pdf\n/home/user/photo.png"));
     }
@@ -92,11 +84,11 @@ private slots:
     void colourAndLink()
     {
         x->xclipCopy("#fff");
-        const QJsonObject colour = newestWith("text", "#fff");
+        const QJsonObject colour = x->newestWith("text", "#fff");
         QCOMPARE(colour["kind"].toString(), QStringLiteral("color"));
         QCOMPARE(colour["colorHex"].toString(), QStringLiteral("#FFFFFF"));
         x->xclipCopy(" https://example.com ");
-        QCOMPARE(newestWith("text", "https://example.com")["kind"].toString(), QStringLiteral("link"));
+        QCOMPARE(x->newestWith("text", "https://example.com")["kind"].toString(), QStringLiteral("link"));
     }
 
     void passwordManagerSecretsAreNeverRecorded()
@@ -106,11 +98,7 @@ private slots:
         x->copyTypes({{"text/plain;charset=utf-8", "concealed-secret"}, {"org.nspasteboard.ConcealedType", ""}});
         QVERIFY(x->waitFor([&] { return skipped(2); }));
         QVERIFY(x->recordCopy(QStringLiteral("after the secrets")));
-        QByteArray stored = QJsonDocument(x->history()).toJson();
-        for (const QFileInfo &blob : QDir(x->historyDir() + "/blobs").entryInfoList(QDir::Files)) {
-            QFile file(blob.filePath());
-            stored += file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        }
+        const QByteArray stored = x->everythingStored();
         QVERIFY(!stored.contains("hunter2-secret"));
         QVERIFY(!stored.contains("concealed-secret"));
     }

@@ -3,6 +3,7 @@
 // and saves the palette (with entries, empty, no results, in German), the "Copied" notice and
 // the tray menu (in English and German) as PNGs.
 #include "e2e/XSession.h"
+#include "fakes/TestFiles.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -23,9 +24,7 @@ void shoot(XSession &x, const QString &path, const QRect &area)
     XSession::waitFor([&] {
         x.run(QStringLiteral(STASHWELL_SCREENSHOT), {path, QString::number(area.x()), QString::number(area.y()),
                                                       QString::number(area.width()), QString::number(area.height())});
-        QFile file(path);
-        file.open(QIODevice::ReadOnly);
-        const QByteArray shot = file.readAll();
+        const QByteArray shot = readFile(path);
         return std::exchange(previous, shot) == shot;
     }, 5000);
     std::printf("%s\n", qPrintable(path));

@@ -2,6 +2,7 @@
 // End to end: the history survives real faults. Copies stream in while stashwell is killed with
 // SIGKILL at random moments; a data directory on a small tmpfs fills up until a save fails.
 #include "e2e/XSession.h"
+#include "fakes/TestFiles.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -14,12 +15,6 @@
 namespace {
 
 QString marker(const QString &text) { return text.section(QLatin1Char(' '), 0, 0); }
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -108,7 +103,7 @@ private slots:
             ::kill(x->stashwell()->processId(), SIGKILL);
             QCOMPARE(x->waitForStashwellCrash(10000), SIGKILL);
 
-            QVERIFY(!QFile::exists(historyFile()) || QJsonDocument::fromJson(readAll(historyFile())).isArray());
+            QVERIFY(!QFile::exists(historyFile()) || QJsonDocument::fromJson(readFile(historyFile())).isArray());
             const QSet<QString> after = saved();
             for (const auto &[at, listing] : std::as_const(shown))
                 QVERIFY2(at >= killedAt - 2000 || after.contains(listing), qPrintable(QStringLiteral("kill %1").arg(kill)));
@@ -138,7 +133,7 @@ private slots:
         QVERIFY(x->startStashwell());
         QVERIFY(XSession::waitFor([&] { return !x->stashwellTrayIcon().isEmpty(); }, 10000));
         QVERIFY(x->recordCopy("saved before"));
-        const QByteArray before = readAll(historyFile());
+        const QByteArray before = readFile(historyFile());
         const int oneLine = toolTipHeight();
         QVERIFY(oneLine > 0);
 
@@ -148,7 +143,7 @@ private slots:
         filler.close();
         x->xclipCopy("copied on a full disk");
         QVERIFY(XSession::waitFor([&] { return toolTipHeight() > oneLine; }, 30000)); // a save failed
-        QCOMPARE(readAll(historyFile()), before);
+        QCOMPARE(readFile(historyFile()), before);
 
         QVERIFY(filler.remove());
         QVERIFY(x->recordCopy("copied after"));

@@ -2,7 +2,8 @@
 // End to end, the start: the language override in "AppleLanguages"; the first start shows the
 // guide, closing it completes it, a later start shows nothing (Xvfb has XTest, so paste is
 // granted), NORVANE_ONBOARDING=1 brings it back and Ctrl+Q in it quits. Clicked through, every
-// page of the guide is shown whole, its window at the page's full size.
+// page of the guide is shown whole, its window at the page's full size. Without a tray a notice
+// says how to open the history, until a tray comes and takes the icon.
 #include "e2e/XSession.h"
 
 #include <QtTest>
@@ -13,23 +14,7 @@ class LaunchE2ETest : public QObject {
 
     QString guide() const { return x->stashwellWindow(false).id; } // "" while it is not shown
     QJsonValue storedCompleted() const { return x->defaults()[QLatin1String("onboardingCompleted")]; }
-    // The guide as the running Stashwell shows it (`stashwell test-widgets`): its window's size
-    // and its shown labels and buttons; empty while it is not shown.
-    QJsonObject shownGuide() const
-    {
-        const QByteArray dump = x->runStashwellCommand({QStringLiteral("test-widgets")}).out;
-        for (const QJsonValue window : QJsonDocument::fromJson(dump).array())
-            if (window[QLatin1String("name")] == QLatin1String("onboardingWindow"))
-                return window.toObject();
-        return {};
-    }
-    static QJsonObject shownWidget(const QJsonObject &guide, const QString &name)
-    {
-        for (const QJsonValue widget : guide[QLatin1String("widgets")].toArray())
-            if (widget[QLatin1String("name")] == name)
-                return widget.toObject();
-        return {};
-    }
+    static constexpr auto shownWidget = &XSession::shownWidget;
     // Why the guide's page is not shown whole, "" when it is: its X window not at the guide's
     // size, no title or main button, or a label or button cut short or outside the window.
     QString pageProblem(const QJsonObject &guide) const
@@ -106,7 +91,7 @@ private slots:
             QString problem;
             // A new page, whole once the window has taken its size.
             const bool whole = x->waitFor([&] {
-                shown = shownGuide();
+                shown = x->shownWindow(QStringLiteral("onboardingWindow"));
                 problem = shown.isEmpty() ? QStringLiteral("not shown") : pageProblem(shown);
                 return problem.isEmpty() && !titles.contains(shownWidget(shown, QStringLiteral("title"))["text"].toString());
             }, 10000);
@@ -123,6 +108,29 @@ private slots:
         QVERIFY(x->waitFor([&] { return storedCompleted() == QJsonValue(true); }));
     }
 
+    void withoutATrayANoticeSaysHowToOpenTheHistoryUntilATrayComes()
+    {
+#ifndef STASHWELL_TEST_HOOKS
+        QFAIL("configure with -DSTASHWELL_TEST_HOOKS=ON: this test reads the notice's text");
+#endif
+        x.reset(); // this one starts without a tray
+        x = std::make_unique<XSession>(XSession::Tray::later);
+        QVERIFY(x->isUp());
+        QVERIFY(x->startStashwell());
+        QVERIFY(x->waitFor([&] { return x->stashwellNotices().size() == 1; }, 10000));
+        QString text;
+        for (const QJsonValue widget : x->shownWindow(QStringLiteral("notice"))[QLatin1String("widgets")].toArray())
+            text += widget[QLatin1String("text")].toString() + QLatin1Char('\n');
+        QVERIFY2(text.contains(QStringLiteral("Shift+Super+V")), qPrintable(text)); // the hot key opens it
+        QVERIFY(x->stashwellTrayIcon().isEmpty());
+
+        QVERIFY(x->startTray());
+        QVERIFY(x->waitFor([&] { return !x->stashwellTrayIcon().isEmpty(); }, 10000)); // docked
+        QVERIFY(x->waitFor([&] { return x->stashwellNotices().isEmpty(); }, 10000));   // the notice went
+        QCOMPARE(x->runStashwellCommand({QStringLiteral("list")}).exitCode, 0);      // a round trip later
+        QVERIFY(x->stashwellNotices().isEmpty()); // and no other came
+    }
+
     void norvaneOnboardingForcesTheGuide()
     {
         QVERIFY(x->startStashwell({QStringLiteral("NORVANE_ONBOARDING=1")}));
@@ -134,7 +142,7 @@ private slots:
     {
         QVERIFY(x->startStashwell({QStringLiteral("NORVANE_ONBOARDING=1")}));
         QVERIFY(x->waitFor([&] { return !guide().isEmpty(); }, 10000));
-        x->run(QStringLiteral("xdotool"), {"windowactivate", "--sync", guide()}); // the key goes to the guide
+        QVERIFY(x->focus(guide())); // the key goes to the guide
         x->key(QStringLiteral("ctrl+q"));
         QCOMPARE(x->waitForStashwellExit(5000), 0);
     }

@@ -1,37 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "e2e/XSession.h"
+#include "fakes/TestFiles.h"
 
-#include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QMap>
-#include <QTest>
-
-namespace {
-
-XSession::Run execute(const QString &program, const QStringList &args, const QProcessEnvironment &env,
-                      const QByteArray &input)
-{
-    QProcess p;
-    p.setProcessEnvironment(env);
-    p.start(program, args);
-    p.write(input);
-    p.closeWriteChannel();
-    if (!p.waitForFinished(15000))
-        p.kill();
-    const bool exited = p.error() == QProcess::UnknownError && p.exitStatus() == QProcess::NormalExit;
-    return {exited ? p.exitCode() : -1, p.readAllStandardOutput(), p.readAllStandardError()};
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 qint64 XSession::stashwellMemoryKiB(const char *field)
 {
@@ -45,27 +18,12 @@ qint64 XSession::stashwellMemoryKiB(const char *field)
     return -1;
 }
 
-bool XSession::waitFor(const std::function<bool()> &condition, int timeoutMs)
+XSession::XSession(Tray tray)
 {
-    const QDeadlineTimer deadline(timeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QTest::qWait(25);
-    }
-    return true;
-}
-
-XSession::XSession()
-{
-    const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-    for (const QString &dir : {dataDir(), configDir(), runtimeDir()})
-        QDir().mkpath(dir);
-    QFile::setPermissions(runtimeDir(), ownerOnly);
     // The desktop's xdg-open only records the address.
     const QString xdgOpen = m_home.path() + QStringLiteral("/bin/xdg-open");
     writeFile(xdgOpen, QStringLiteral("#!/bin/sh\nprintf '%s\\n' \"$1\" >> '%1'\n").arg(openedUrlsFile()).toUtf8());
-    QFile::setPermissions(xdgOpen, ownerOnly);
+    QFile::setPermissions(xdgOpen, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // Xvfb takes a free display and prints its number once it serves it. Without -noreset it would
     // reset whenever its last client leaves (a probe before openbox connected) and refuse
     // connections meanwhile: openbox could not start.
@@ -74,49 +32,26 @@ XSession::XSession()
     if (waitFor([&] { return xvfb->canReadLine() || xvfb->state() != QProcess::Running; }, 10000) && xvfb->canReadLine())
         m_display = QLatin1Char(':') + QString::fromLatin1(xvfb->readLine().trimmed());
     start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-    // The first-run guide is a test of its own; elsewhere it would take the focus.
-    setDefaults({{"onboardingCompleted", true}});
     // openbox is up once it owns the window-manager selection.
     m_up = !m_display.isEmpty()
         && waitFor([&] { return run("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("window id"); }, 10000)
-        && startTray();
+        && (tray == Tray::later || startTray());
 }
 
-XSession::~XSession()
+void XSession::addDesktopEnvironment(QProcessEnvironment &env) const
 {
-    stopStashwell();
-    // The last started ends first; the X server last.
-    for (auto it = m_processes.crbegin(); it != m_processes.crend(); ++it) {
-        (*it)->terminate();
-        (*it)->waitForFinished(3000);
-        delete *it; // killed if it still runs
-    }
-}
-
-QProcessEnvironment XSession::environment(const QStringList &extraEnv) const
-{
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     const QString path = m_home.path() + QStringLiteral("/bin:") + env.value(QStringLiteral("PATH"));
-    for (const auto &[name, value] : {std::pair{"DISPLAY", m_display}, {"QT_QPA_PLATFORM", QStringLiteral("xcb")},
-                                      {"HOME", m_home.path()}, {"XDG_DATA_HOME", dataDir()}, {"XDG_CONFIG_HOME", configDir()},
-                                      {"XDG_RUNTIME_DIR", runtimeDir()}, {"PATH", path}, {"NO_AT_BRIDGE", "1"}})
+    for (const auto &[name, value] : {std::pair{"DISPLAY", m_display}, {"QT_QPA_PLATFORM", QStringLiteral("xcb")}, 
+                                      {"PATH", path}})
         env.insert(QLatin1String(name), value);
-    for (const char *name : {"WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "STASHWELL_SERVICE_URL"})
-        env.remove(QLatin1String(name));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     if (!m_busAddress.isEmpty())
         env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
-    for (const QString &pair : extraEnv) {
-        const QString name = pair.section(QLatin1Char('='), 0, 0);
-        const QString value = pair.section(QLatin1Char('='), 1);
-        const bool moreRules = name == QLatin1String("QT_LOGGING_RULES") && env.contains(name);
-        env.insert(name, moreRules ? env.value(name) + QLatin1Char(';') + value : value);
-    }
-    return env;
 }
 
 QStringList XSession::openedUrls() const
 {
-    return QString::fromUtf8(contents(openedUrlsFile())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(readFile(openedUrlsFile())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 bool XSession::startSecretService()
@@ -149,21 +84,6 @@ bool XSession::startSecretService()
         && keyring->state() == QProcess::Running;
 }
 
-QProcess *XSession::start(const QString &program, const QStringList &args) const
-{
-    auto *process = new QProcess;
-    process->setProcessEnvironment(environment());
-    process->start(program, args);
-    process->waitForStarted(5000);
-    m_processes << process;
-    return process;
-}
-
-QByteArray XSession::run(const QString &program, const QStringList &args, const QByteArray &input) const
-{
-    return execute(program, args, environment(), input).out;
-}
-
 void XSession::copyTypes(const QList<std::pair<QString, QByteArray>> &types) const
 {
     QStringList args;
@@ -177,82 +97,10 @@ void XSession::copyTypes(const QList<std::pair<QString, QByteArray>> &types) con
     waitFor([&] { return owner->canReadLine() || owner->state() != QProcess::Running; }, 10000);
 }
 
-bool XSession::startStashwell(const QStringList &extraEnv)
+bool XSession::focus(const QString &window) const
 {
-    m_app = std::make_unique<QProcess>();
-    m_app->setProcessEnvironment(environment(QStringList{"QT_LOGGING_RULES=stashwell.usage.info=true"} + extraEnv));
-    m_app->setStandardOutputFile(QProcess::nullDevice());
-    m_stderr.clear();
-    m_app->start(QStringLiteral(STASHWELL_BIN), {});
-    // It answers a second process once the launch is over and its event loop runs.
-    const auto answers = [&] { return runStashwellCommand({"list"}).exitCode == 0; };
-    return m_app->waitForStarted(5000) && waitFor([&] { return m_app->state() != QProcess::Running || answers(); }, 20000)
-        && m_app->state() == QProcess::Running;
-}
-
-int XSession::stopStashwell()
-{
-    if (m_app)
-        m_app->terminate(); // SIGTERM
-    const int code = waitForStashwellExit(10000);
-    m_app.reset(); // killed if it still runs
-    return code;
-}
-
-QByteArray XSession::stashwellStderr()
-{
-    if (m_app)
-        m_stderr += m_app->readAllStandardError();
-    return m_stderr;
-}
-
-int XSession::waitForStashwellEnd(int timeoutMs, QProcess::ExitStatus how, int otherwise)
-{
-    if (!m_app || (m_app->state() != QProcess::NotRunning && !m_app->waitForFinished(timeoutMs)))
-        return otherwise;
-    m_stderr += m_app->readAllStandardError();
-    const int result = m_app->exitStatus() == how ? m_app->exitCode() : otherwise;
-    m_app.reset(); // ended: nothing left to stop
-    return result;
-}
-
-XSession::Run XSession::runStashwellCommand(const QStringList &args, const QStringList &extraEnv) const
-{
-    return execute(QStringLiteral(STASHWELL_BIN), args, environment(extraEnv), {});
-}
-
-QJsonArray XSession::history() const
-{
-    return QJsonDocument::fromJson(contents(historyDir() + QStringLiteral("/history.json"))).array();
-}
-
-QStringList XSession::texts() const
-{
-    QStringList list;
-    for (const QJsonValue &item : history())
-        list << item[QLatin1String("text")].toString();
-    return list;
-}
-
-void XSession::writeFile(const QString &path, const QByteArray &bytes) const
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-}
-
-QJsonObject XSession::defaults() const
-{
-    return QJsonDocument::fromJson(contents(defaultsFile())).object();
-}
-
-void XSession::setDefaults(const QJsonObject &values) const
-{
-    QJsonObject merged = defaults();
-    for (auto it = values.begin(); it != values.end(); ++it)
-        merged.insert(it.key(), it.value());
-    writeFile(defaultsFile(), QJsonDocument(merged).toJson());
+    run("xdotool", {"windowactivate", "--sync", window});
+    return waitFor([&] { return QString::fromLatin1(run("xdotool", {"getwindowfocus"}).trimmed()) == window; });
 }
 
 QProcess *XSession::startZenityEntry()
@@ -304,22 +152,51 @@ bool XSession::startTray()
     return up();
 }
 
+QStringList XSession::stashwellWindowIds() const
+{
+    if (!m_app)
+        return {};
+    const QByteArray ids = run("xdotool", {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
+    return QString::fromLatin1(ids).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 QList<XSession::Window> XSession::stashwellWindows() const
 {
     QList<Window> windows;
-    if (!m_app)
-        return windows;
-    const QByteArray ids = run("xdotool", {"search", "--onlyvisible", "--pid", QString::number(m_app->processId())});
-    for (const QByteArray &id : ids.split('\n')) {
-            if (id.isEmpty())
-            continue;
+    for (const QString &id : stashwellWindowIds()) {
         // `getwindowgeometry --shell`: X, Y (on the screen), WIDTH, HEIGHT, one per line.
         QMap<QByteArray, int> g;
         for (const QByteArray &line : run("xdotool", {"getwindowgeometry", "--shell", id}).split('\n'))
             g.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1).toInt());
-        windows.append({QString::fromLatin1(id), QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"))});
+        windows.append({id, QRect(g.value("X"), g.value("Y"), g.value("WIDTH"), g.value("HEIGHT"))});
     }
     return windows;
+}
+
+QStringList XSession::stashwellNotices() const
+{
+    QStringList ids = stashwellWindowIds();
+    ids.removeIf([&](const QString &id) {
+        return !run("xprop", {"-id", id, "WM_WINDOW_ROLE"}).contains("\"notice\"");
+    });
+    return ids;
+}
+
+QJsonObject XSession::shownWindow(const QString &objectName) const
+{
+    const QByteArray dump = runStashwellCommand({QStringLiteral("test-widgets")}).out;
+    for (const QJsonValue window : QJsonDocument::fromJson(dump).array())
+        if (window[QLatin1String("name")] == objectName)
+            return window.toObject();
+    return {};
+}
+
+QJsonObject XSession::shownWidget(const QJsonObject &window, const QString &name)
+{
+    for (const QJsonValue widget : window[QLatin1String("widgets")].toArray())
+        if (widget[QLatin1String("name")] == name)
+            return widget.toObject();
+    return {};
 }
 
 XSession::Window XSession::stashwellWindow(bool trayIcon) const

@@ -1,36 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
-// A private X11 desktop for end-to-end tests: Xvfb + openbox + a tray on a free display,
-// temporary XDG directories, and the real `stashwell` binary started inside it.
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QProcess>
-#include <QRect>
-#include <QTemporaryDir>
-#include <functional>
-#include <memory>
+// A private X11 desktop for end-to-end tests: Xvfb + openbox + a tray on a free display (or
+// the tray later), temporary XDG directories, and the real `stashwell` binary started inside it.
+#include "e2e/E2ESession.h"
 
-class XSession {
+#include <QRect>
+
+class XSession : public E2ESession {
 public:
-    XSession();
-    ~XSession();
-    bool isUp() const { return m_up; }
+    enum class Tray { atStart, later }; // later: once the test calls startTray
+    explicit XSession(Tray tray = Tray::atStart);
     QString display() const { return m_display; }
 
-    // Polls `condition`, processing events, until it holds or `timeoutMs` passed; whether it held.
-    static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);
     // A memory figure of stashwell from /proc/<pid>/status in KiB ("VmRSS", "VmHWM"); -1 when unreadable.
     qint64 stashwellMemoryKiB(const char *field);
 
-    QString dataDir() const { return m_home.path() + QStringLiteral("/data"); } // XDG_DATA_HOME
-    QString configDir() const { return m_home.path() + QStringLiteral("/config"); }
-    QString historyDir() const { return dataDir() + QStringLiteral("/Stashwell"); }
     QString diagnosticsDir() const { return dataDir() + QStringLiteral("/com.norvane.Stashwell"); }
-    // With `extraEnv` ("NAME=value") added; logging rules add up.
-    QProcessEnvironment environment(const QStringList &extraEnv = {}) const;
-
     // Runs a client to completion (xclip, xdotool, ...); returns its standard output.
-    QByteArray run(const QString &program, const QStringList &args, const QByteArray &input = {}) const;
+    QByteArray run(const QString &program, const QStringList &args, const QByteArray &input = {}) const
+    {
+        return runClient(program, args, input).out;
+    }
     // Presses keys one after the other: "super+shift+v", "Down Down Return".
     void key(const QString &keys) const { run("xdotool", QStringList{"key", "--delay", "40"} + keys.split(' ')); }
     void type(const QString &text) const { run("xdotool", {"type", "--delay", "30", text}); }
@@ -52,35 +42,10 @@ public:
         return waitFor([&] { return texts().value(0) == text; });
     }
 
-    // True once the launch is over (a second process gets an answer). Usage events are logged.
-    bool startStashwell(const QStringList &extraEnv = {});
-    int stopStashwell(); // SIGTERM, returns the exit code (-1 after a crash)
-    QProcess *stashwell() { return m_app.get(); }
-    QByteArray stashwellStderr();
-    // Wait for stashwell to end by itself: its exit code (-1 after a crash or while it runs), or
-    // the signal that ended it (0 when it exited or runs).
-    int waitForStashwellExit(int timeoutMs) { return waitForStashwellEnd(timeoutMs, QProcess::NormalExit, -1); }
-    int waitForStashwellCrash(int timeoutMs) { return waitForStashwellEnd(timeoutMs, QProcess::CrashExit, 0); }
-    struct Run { // a second `stashwell` process, run to completion
-        int exitCode = -1;
-        QByteArray out, err;
-    };
-    Run runStashwellCommand(const QStringList &args, const QStringList &extraEnv = {}) const;
-
-    QJsonArray history() const; // as saved
-    QStringList texts() const;  // the saved entries' texts, newest first
-    template <typename Pred> QJsonArray waitForHistory(Pred ready, int timeoutMs = 5000) const
-    {
-        QJsonArray items;
-        waitFor([&] { return ready(items = history()); }, timeoutMs);
-        return items;
-    }
-
-    void writeFile(const QString &path, const QByteArray &bytes) const;
-    QJsonObject defaults() const;                      // defaults.json as saved
-    void setDefaults(const QJsonObject &values) const; // merged into defaults.json
-
     QString activeWindow() const { return QString::fromLatin1(run("xdotool", {"getactivewindow"}).trimmed()); }
+    // Activates `window` and waits until it holds the keyboard focus (a window manager can call a
+    // window active before the focus moved, and a key typed then goes elsewhere); whether it does.
+    bool focus(const QString &window) const;
     // A zenity entry dialog, the paste target (replacing the last one); nullptr unless it became
     // the active window with the keyboard focus.
     QProcess *startZenityEntry();
@@ -88,8 +53,9 @@ public:
     // what the entry held.
     QString submitPaste(QProcess *zenity, const QString &expected);
 
-    // The session's system tray (trayer, XEmbed) at the top right, up before stashwell starts (or
-    // it shows a notice that nothing shows it runs). True while it is up.
+    // The session's system tray (trayer, XEmbed) at the top right, up before stashwell starts
+    // unless the session began with Tray::later (stashwell then shows a notice that nothing
+    // shows it runs). True while it is up.
     bool startTray();
     struct Window {
         QString id;
@@ -107,6 +73,13 @@ public:
     {
         return waitFor([&] { return stashwellHasVisiblePopup() == shown; }, timeoutMs);
     }
+    // stashwell's visible notice windows (window role "notice").
+    QStringList stashwellNotices() const;
+    // A shown top-level window of the running stashwell by its object name, as `stashwell
+    // test-widgets` describes it (size, shown labels and buttons); empty while it is not shown.
+    QJsonObject shownWindow(const QString &objectName) const;
+    // One of its shown labels and buttons by object name; empty when none is shown.
+    static QJsonObject shownWidget(const QJsonObject &window, const QString &name);
 
     // Opt-in, before startStashwell: a private session bus that every program started from here
     // uses, with gnome-keyring-daemon's Secret Service on it (an unlocked login keyring).
@@ -115,20 +88,12 @@ public:
     QStringList openedUrls() const;
 
 private:
-    QProcess *start(const QString &program, const QStringList &args) const; // ended with the session
-    // Once stashwell ended: its exit code if it ended `how` (the signal after a crash), else `otherwise`.
-    int waitForStashwellEnd(int timeoutMs, QProcess::ExitStatus how, int otherwise);
-    QString defaultsFile() const { return configDir() + QStringLiteral("/Stashwell/defaults.json"); }
-    QString runtimeDir() const { return m_home.path() + QStringLiteral("/runtime"); }
+    void addDesktopEnvironment(QProcessEnvironment &env) const override;
+    QStringList stashwellWindowIds() const; // visible ones
     QString openedUrlsFile() const { return m_home.path() + QStringLiteral("/opened-urls"); }
 
-    QTemporaryDir m_home;
     QString m_display;
     QString m_busAddress; // empty until startSecretService
-    std::unique_ptr<QProcess> m_app;
-    mutable QList<QProcess *> m_processes; // the X server, its clients, the session bus
     QProcess *m_zenity = nullptr, *m_tray = nullptr;
     qsizetype m_pastesBefore = 0; // paste reports when the current zenity came up
-    QByteArray m_stderr;
-    bool m_up = false;
 };

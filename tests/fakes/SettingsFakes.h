@@ -19,10 +19,7 @@
 
 struct FakeAccessibilityPermission final : AccessibilityPermission {
     bool isTrusted() const override { return trusted; }
-    void prompt() override { calls << QStringLiteral("prompt"); }
-    void openSystemSettings() override { calls << QStringLiteral("settings"); }
     bool trusted = false;
-    QStringList calls;
 };
 
 // Timers that tick only when the test fires them. Must outlive the views that use them.
@@ -75,12 +72,15 @@ struct SettingsFixture : StoreFixture {
     ManualPollTimers timers;
     QList<QStringList> chooserAnswers; // one answer per "Add App…"
     QString serviceHost;               // the web service's host name; empty: none is configured
+    bool captureLimited = false;       // the desktop keeps other applications' copies from Stashwell
 
     SettingsServices services()
     {
         const auto choose = [this](QWidget *) { return chooserAnswers.isEmpty() ? QStringList() : chooserAnswers.takeFirst(); };
-        return SettingsServices{settings, l10n, *store, entries, icons, accessibility, cloud->adapter,
-                                std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0"),
-                                serviceHost};
+        SettingsServices services{settings, l10n, *store, entries, icons, accessibility, cloud->adapter,
+                                  std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0"),
+                                  serviceHost};
+        services.captureLimited = [this] { return captureLimited; };
+        return services;
     }
 };

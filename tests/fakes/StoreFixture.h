@@ -29,6 +29,7 @@ struct StoreFixture {
     {
         store.reset(); // a pending save is dropped with the old instance, as at a crash
         store = std::make_unique<HistoryStore>(dir(), settings, clock, recorder());
+        store->waitForLoad();
         return *store;
     }
 
@@ -51,10 +52,11 @@ struct StoreFixture {
         return c;
     }
 
-    static ClipCapture text(const QString &text, const QString &app = QStringLiteral("org.kde.kate"))
+    static ClipCapture text(const QString &text, const QString &app = QStringLiteral("org.kde.kate"),
+                            ClipKind kind = ClipKind::text)
     {
         ClipCapture c;
-        c.kind = ClipKind::text;
+        c.kind = kind;
         c.text = text;
         c.sourceAppBundleID = app;
         c.sourceAppName = app.section(QLatin1Char('.'), -1);

@@ -92,7 +92,7 @@ private slots:
             {"historyLimit", "100", 500}, {"historyLimit", 100, 100}, {"historyRetentionDays", 7.5, 0},
             {"clearOnQuit", 1, false}, {"excludedBundleIDs", QJsonArray{"a", 2}, QJsonArray()}, {"languageCode", 5, {}},
             {"moveToTopOnPaste", "no", true}, {"restoreClipboardAfterPaste", "yes", false},
-            {"historyLimit", 0, 500}, {"historyLimit", -1, 500}, {"historyLimit", 5001, 500},
+            {"historyLimit", 0, 500}, {"historyLimit", -1, 500}, {"historyLimit", 50000, 50000}, {"historyLimit", 50001, 500},
             {"historyRetentionDays", -1, 0}, {"historyRetentionDays", 91, 0}, {"historyRetentionDays", 90, 90},
             {"languageCode", "xx", {}}, {"languageCode", "pt-BR", "pt-BR"}};
         for (const auto &[key, value, expected] : stored) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The hot-key setting: which combinations are taken and how they are stored, the grab
-// following the setting, and a combination another program holds, as the General tab shows it.
+// following the setting, and a combination another program holds, as the General tab shows it;
+// the grab let go while the recorder records.
 #include "fakes/PasteFakes.h"
 #include "fakes/SettingsFakes.h"
 #include "platform/GlobalHotKey.h"
@@ -10,6 +11,8 @@
 #include <QtTest>
 
 using Press = std::pair<Qt::Key, Qt::KeyboardModifiers>;
+using Ending = std::function<void(QWidget *window, HotKeyRecorder *recorder)>;
+Q_DECLARE_METATYPE(Ending)
 
 class HotKeyTest : public QObject {
     Q_OBJECT
@@ -118,6 +121,38 @@ private slots:
         QCOMPARE(f.settings.hotKey(), stored);
         QCOMPARE(recorder->combination(), *GlobalHotKey::parse(stored));
         QCOMPARE(row->subtitleLabel()->text().contains(QStringLiteral("Ctrl+Alt+V")), stored == QStringLiteral("Ctrl+Alt+V"));
+    }
+
+    void theRecorderGetsTheCurrentKeyAndTheGrabReturnsWhenRecordingEnds_data()
+    {
+        QTest::addColumn<Ending>("ending");
+        QTest::newRow("the current key") << Ending([](QWidget *, HotKeyRecorder *recorder) {
+            QTest::keyClick(recorder, Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier);
+        });
+        QTest::newRow("focus lost") << Ending([](QWidget *tab, HotKeyRecorder *) {
+            tab->findChild<QWidget *>(QStringLiteral("languageCode"))->setFocus();
+        });
+        QTest::newRow("window closed") << Ending([](QWidget *tab, HotKeyRecorder *) { tab->close(); });
+    }
+    void theRecorderGetsTheCurrentKeyAndTheGrabReturnsWhenRecordingEnds()
+    {
+        QFETCH(Ending, ending);
+        SettingsFixture f;
+        FakeHotKeyBackend backend;
+        GlobalHotKey hotKey(backend);
+        hotKey.registerHotKey(GlobalHotKey::defaultCombination);
+        SettingsServices services = f.services();
+        services.hotKey = &hotKey;
+        GeneralTab tab(services);
+        tab.show();
+        QVERIFY(QTest::qWaitForWindowActive(&tab));
+        auto *recorder = tab.findChild<HotKeyRecorder *>();
+        QTest::mouseClick(recorder, Qt::LeftButton);
+        QVERIFY(recorder->isRecording() && backend.grabs.isEmpty()); // its presses reach the recorder
+        ending(&tab, recorder);
+        QVERIFY(!recorder->isRecording());
+        QCOMPARE(backend.grabs.values(), QList{GlobalHotKey::defaultCombination});
+        QCOMPARE(hotKey.status(), GlobalHotKey::Status::registered);
     }
 };
 

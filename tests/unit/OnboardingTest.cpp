@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The first-run guide: its pages and completion, when it opens at launch, and its permission page.
+// The first-run guide: its pages (with the hot key as set) and completion, when it opens at
+// launch, and its permission page.
 #include "fakes/SettingsFakes.h"
 #include "onboarding/OKRootView.h"
 #include "onboarding/OKViews.h"
@@ -50,6 +51,15 @@ private slots:
         next();
         next();
         QCOMPARE(kind(), OKStep::Kind::tutorial);
+        // The first key caps are the hot key as it is set, also when it changes on this page.
+        f->settings.setHotKey(QStringLiteral("Ctrl+Alt+B"));
+        const auto caps = [this] {
+            QStringList texts;
+            for (const OKKeycap *cap : root()->page()->findChildren<OKKeycap *>())
+                texts << cap->text();
+            return texts.mid(0, 4);
+        };
+        QTRY_COMPARE(caps(), QStringList({"Ctrl", "Alt", "B", "↩"}));
         QTest::mouseClick(root()->backButton(), Qt::LeftButton);
         QCOMPARE(kind(), OKStep::Kind::permissions);
         next();
@@ -92,20 +102,19 @@ private slots:
         QVERIFY(f->settings.improveDataSharing() && f->settings.crashReportingEnabled()); // the choice is kept
     }
 
-    void thePermissionPageWaitsForTheGrantOrASkip()
+    void thePermissionPageWaitsForXTestAndChecksAgainOnAPress()
     {
         QVERIFY(guide->showAtLaunchIfDue());
         f->timers.fireAll(); // ticks do nothing off the permission page
         QCOMPARE(root()->tickCount(), 0);
         next();
         QVERIFY(root()->isWaiting() && !root()->primaryButton());
-        auto *grant = root()->page()->findChild<QAbstractButton *>("grantButton");
-        QTest::mouseClick(grant, Qt::LeftButton);
-        QTest::mouseClick(grant, Qt::LeftButton);
-        QCOMPARE(f->permission.calls, QStringList({"prompt", "settings"}));
+        auto *row = root()->page()->findChild<OKPermissionRow *>();
         f->timers.fireAll();
         QCOMPARE(kind(), OKStep::Kind::permissions);
-        f->permission.trusted = true; // granted in the system settings
+        f->permission.trusted = true;
+        QTest::mouseClick(row->findChild<QAbstractButton *>("recheckButton"), Qt::LeftButton);
+        QVERIFY(row->showsGranted()); // at once, before the next tick moves on
         f->timers.fireAll();
         QCOMPARE(kind(), OKStep::Kind::tutorial);
     }

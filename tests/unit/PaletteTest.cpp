@@ -2,6 +2,7 @@
 // The palette: its model (query, filters, counts, selection), its view, and the controller's
 // opening, keys, copy and paste choices and usage events.
 #include "fakes/PaletteFixture.h"
+#include "palette/HistorySearch.h"
 #include "palette/PaletteList.h"
 #include "palette/PalettePanel.h"
 #include "palette/PaletteView.h"
@@ -11,9 +12,22 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QListView>
+#include <QPainter>
+#include <QScrollBar>
 #include <QtTest>
 
 using Filter = PaletteModel::Filter;
+
+// The WCAG contrast ratio of two colours, 1 to 21.
+static qreal contrast(const QColor &a, const QColor &b)
+{
+    const auto luminance = [](const QColor &c) {
+        const auto linear = [](qreal v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+        return 0.2126 * linear(c.redF()) + 0.7152 * linear(c.greenF()) + 0.0722 * linear(c.blueF());
+    };
+    const qreal la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
 
 class PaletteTest : public QObject {
     Q_OBJECT
@@ -52,13 +66,14 @@ class PaletteTest : public QObject {
         return f->clipboard.writes ? s + " clip=" + f->clipboard.contents()->text() : s;
     }
 
-    QStringList visibleTexts()
+    static QStringList texts(const PaletteModel &m)
     {
         QStringList list;
-        for (const ClipItem &i : model().visible())
-            list << *i.text;
+        for (qsizetype i = 0; i < m.visible().size(); ++i)
+            list << *m.visible()[i].text;
         return list;
     }
+    QStringList visibleTexts() { return texts(model()); }
 
 private slots:
     void init()
@@ -73,9 +88,7 @@ private slots:
     void filtersAndQueriesNarrowTheListPinnedFirstAndCountsIgnoreThem()
     {
         f->store->togglePin(f->store->items().last().id); // alpha, the oldest
-        ClipCapture link = StoreFixture::text("https://example.com", "web");
-        link.kind = ClipKind::link;
-        f->store->ingest(link);
+        f->store->ingest(StoreFixture::text("https://example.com", "web", ClipKind::link));
         QTRY_COMPARE(visibleTexts(), QStringList({"alpha", "https://example.com", "charlie", "bravo"}));
         model().setQuery("   \t ");
         QCOMPARE(visibleTexts().size(), 4); // blanks match everything but count as a search
@@ -89,10 +102,111 @@ private slots:
         QCOMPARE(model().count(Filter::pinned()), 1);
         QCOMPARE(model().count(Filter::all()), 4);
         QCOMPARE(model().count(Filter::ofKind(ClipKind::text)), 3);
+        f->store->togglePin(f->store->items().first().id);
+        QCOMPARE(model().count(Filter::pinned()), 2);
+    }
+
+    void searchFindsEntriesHoldingEveryWord_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("found");
+        QTest::newRow("every word, any case and blank") << "Foo\tbar" << QStringList{"BAR and foo"};
+        QTest::newRow("pinned first") << "  foo " << QStringList{"Pinned foo", "BAR and foo"};
+        QTest::newRow("accents count") << "cafe" << QStringList{};
+        QTest::newRow("any case beyond ASCII") << "CAFÉ ÉCLAIR" << QStringList{"Café éclair"};
+        QTest::newRow("the application's name") << "KATE" << QStringList{"from an editor"};
+        QTest::newRow("not across the text's end") << "editorkate" << QStringList{};
+    }
+    void searchFindsEntriesHoldingEveryWord()
+    {
+        f->add("Pinned foo", true);
+        f->add("BAR and foo");
+        f->add("Café éclair");
+        f->store->ingest(StoreFixture::text("from an editor", "org.kde.kate"));
+        QFETCH(QString, query);
+        model().setQuery(query);
+        QTEST(visibleTexts(), "found");
+    }
+
+    // Sixteen places are tried at once: a word is found wherever it lies, across and at the end
+    // of those blocks, and a text that only shares its first and last letters does not match.
+    void aWordIsFoundWhereverItLies()
+    {
+        for (const QByteArray word : {"q", "qz", "qzr", "qzzzr", "qzzzzzzzzzzzzzzzzr"}) {
+            QByteArray nearMiss = word;
+            if (word.size() > 2)
+                nearMiss[1] = 'y';
+            for (int length = int(word.size()); length <= 70; ++length) {
+                for (int at = 0; at + word.size() <= length; ++at) {
+                    for (const QByteArray &placed : {word, nearMiss}) {
+                        QByteArray text(length, 'x');
+                        text.replace(at, placed.size(), placed);
+                        ClipItem item;
+                        item.text = QString::fromLatin1(text);
+                        item.updateSearchKey();
+                        QVERIFY2(HistorySearch::matches(item, {word}) == (placed == word),
+                                 word + " in " + text);
+                    }
+                }
+            }
+        }
+    }
+
+    // After each step the list must be what a search of the whole history finds: a search narrowed
+    // to the last result when it should not have been shows here. A step is a query typed, or
+    // "+text" copied, "^text" pinned, "-text" deleted, "#link" / "#all" chosen as the filter.
+    void narrowedSearchesFindWhatAFullSearchFinds_data()
+    {
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QStringList>("found"); // at the end
+        QTest::newRow("query grows") << QStringList{"r", "ra", "rav"} << QStringList{"https://bravo.example", "bravo"};
+        QTest::newRow("query changes") << QStringList{"bra", "cha"} << QStringList{"charlie"};
+        QTest::newRow("query shrinks") << QStringList{"alpha", "e"} << QStringList{"https://bravo.example", "charlie"};
+        QTest::newRow("word added") << QStringList{"a", "a ch"} << QStringList{"charlie"};
+        QTest::newRow("shortened again") << QStringList{"c", "ch", "c"} << QStringList{"charlie"};
+        QTest::newRow("shortened after a copy") << QStringList{"ch", "cha", "+chz", "ch"} << QStringList{"chz", "charlie"};
+        QTest::newRow("filter changes") << QStringList{"bra", "#link", "brav", "#all", "bravo"}
+                                        << QStringList{"https://bravo.example", "bravo"};
+        QTest::newRow("copy in between") << QStringList{"b", "+bz", "bz"} << QStringList{"bz"};
+        QTest::newRow("pin in between") << QStringList{"r", "^bravo", "r "}
+                                        << QStringList{"bravo", "https://bravo.example", "charlie"};
+        QTest::newRow("delete in between") << QStringList{"a", "-charlie", "al"} << QStringList{"alpha"};
+    }
+    void narrowedSearchesFindWhatAFullSearchFinds()
+    {
+        QFETCH(QStringList, steps);
+        f->store->ingest(StoreFixture::text("https://bravo.example", "web", ClipKind::link));
+        f->clock.advance(10);
+        c().show("hotkey");
+        const auto entry = [&](const QString &text) {
+            for (const ClipItem &item : f->store->items())
+                if (item.text == text)
+                    return item.id;
+            return QUuid();
+        };
+        for (const QString &step : steps) {
+            const QString text = step.mid(1);
+            if (step.startsWith('+'))
+                f->add(text);
+            else if (step.startsWith('^'))
+                f->store->togglePin(entry(text));
+            else if (step.startsWith('-'))
+                f->store->remove(entry(text));
+            else if (step.startsWith('#'))
+                model().setFilter(text == "link" ? Filter::ofKind(ClipKind::link) : Filter::all());
+            else
+                model().setQuery(step);
+            PaletteModel full(*f->store, f->clock);
+            full.setFilter(model().filter());
+            full.setQuery(model().query());
+            QVERIFY2(visibleTexts() == texts(full), qPrintable(step + ": " + visibleTexts().join(',')));
+        }
+        QTEST(visibleTexts(), "found");
     }
 
     void selectionIsClampedAndFollowsTheHistory()
     {
+        c().show("hotkey");
         model().moveSelection(-1);
         QCOMPARE(model().selectionIndex(), 0);
         model().moveSelection(100);
@@ -106,8 +220,8 @@ private slots:
         QTRY_COMPARE(model().visible().size(), 4);
         QCOMPARE(model().selectionIndex(), 2); // the same entry, one row further down
         f->store->remove(bravo);
-        QTRY_COMPARE(model().visible().size(), 3);
-        QCOMPARE(model().selectionIndex(), 0);
+        QTRY_COMPARE(model().selectionIndex(), 0);
+        QCOMPARE(model().visible().size(), 3);
         model().setQuery("nothing matches this");
         model().moveSelection(1);
         QVERIFY(!model().selectedID());
@@ -133,6 +247,57 @@ private slots:
         QTRY_COMPARE(v->body(), PaletteView::Body::empty);
     }
 
+    // On the selection the kind's symbol takes the selection's text colour: the kinds' tints,
+    // the grey and the blue among them, do not read on it.
+    void theSelectedRowsSymbolReadsOnTheSelection_data()
+    {
+        QTest::addColumn<ClipKind>("kind");
+        QTest::newRow("text") << ClipKind::text;
+        QTest::newRow("link") << ClipKind::link;
+        QTest::newRow("file") << ClipKind::file;
+    }
+    void theSelectedRowsSymbolReadsOnTheSelection()
+    {
+        QFETCH(ClipKind, kind);
+        ClipCapture capture = StoreFixture::text("/tmp/report.pdf", "org.kde.kate", kind);
+        capture.fileURLs = QStringList{"/tmp/report.pdf"};
+        f->store->ingest(capture);
+        c().show("hotkey");
+        QListView *list = c().view()->list();
+        QTRY_COMPARE(model().visible().size(), 4); // the new entry first, selected
+        QStyleOptionViewItem option;
+        option.initFrom(list);
+        option.widget = list;
+        option.rect = QRect(0, 0, list->viewport()->width(), PaletteRowDelegate::rowHeight);
+        QImage row(option.rect.size(), QImage::Format_ARGB32);
+        row.fill(Qt::transparent);
+        QPainter painter(&row);
+        list->itemDelegate()->paint(&painter, option, list->model()->index(0, 0));
+        painter.end();
+        // Left of the title there is only the symbol on its backdrop: its best contrast with the selection.
+        const QColor selection = option.palette.color(QPalette::Active, QPalette::Highlight);
+        qreal best = 1;
+        for (int y = 0; y < row.height(); ++y)
+            for (int x = 0; x < 48; ++x)
+                if (qAlpha(row.pixel(x, y)) == 255)
+                    best = std::max(best, contrast(row.pixelColor(x, y), selection));
+        QVERIFY2(best >= 3, qPrintable(QString::number(best)));
+    }
+
+    // The list's scroll bar is a thin knob: a click at its very end turns a page, where an arrow
+    // button would have moved one line.
+    void theListScrollBarIsThinWithoutArrowButtons()
+    {
+        for (int i = 0; i < 40; ++i)
+            f->add(QStringLiteral("entry %1").arg(i));
+        c().show("hotkey");
+        QScrollBar *bar = c().view()->list()->verticalScrollBar();
+        QTRY_VERIFY(bar->isVisible() && bar->maximum() > bar->pageStep());
+        QCOMPARE_LE(bar->width(), 10);
+        QTest::mouseClick(bar, Qt::LeftButton, {}, QPoint(bar->width() / 2, bar->height() - 2));
+        QCOMPARE_GE(bar->value(), bar->pageStep());
+    }
+
     void rowHintsTimesAndPreviewLengthHaveTheirLimits()
     {
         QCOMPARE(PaletteRowDelegate::quickPickHint(8), QStringLiteral("Ctrl+9"));
@@ -153,8 +318,12 @@ private slots:
         model().setQuery("bra");
         model().setFilter(Filter::pinned());
         c().close();
+        f->add("delta"); // while closed, and read then: the list is up to date, the view hears at the opening
+        QVERIFY(model().visible().isEmpty());
         c().toggle("hotkey");
-        QCOMPARE(state(), QStringLiteral("open q'' f0 s0 n3"));
+        QCOMPARE(state(), QStringLiteral("open q'' f0 s0 n4"));
+        QCOMPARE(c().view()->list()->model()->rowCount(), 4);
+        QCOMPARE(c().view()->preview()->shownText(), QStringLiteral("delta"));
         QVERIFY(!model().searchUsedThisSession);
         QTRY_VERIFY(c().view()->searchField()->hasFocus());
         c().toggle("hotkey");
@@ -171,11 +340,11 @@ private slots:
         QTest::addColumn<int>("down"); // rows moved before
         QTest::addColumn<bool>("consumed");
         QTest::addColumn<QString>("after");
-        QTest::newRow("Ctrl+2") << "Ctrl+2" << "" << 0 << true << "closed q'' f0 s0 n3 clip=bravo";
+        QTest::newRow("Ctrl+2") << "Ctrl+2" << "" << 0 << true << "closed q'' f0 s1 n3 clip=bravo";
         QTest::newRow("beyond the list") << "Ctrl+4" << "" << 0 << true << "open q'' f0 s0 n3";
         QTest::newRow("digit") << "3" << "" << 0 << false << "open q'' f0 s0 n3";
         QTest::newRow("keypad") << "Ctrl+Num+3" << "" << 0 << false << "open q'' f0 s0 n3";
-        QTest::newRow("Return") << "Return" << "" << 1 << true << "closed q'' f0 s1 n3 clip=bravo";
+        QTest::newRow("Return") << "Return" << "" << 1 << true << "closed q'' f0 s0 n3 clip=bravo";
         QTest::newRow("Enter, no match") << "Enter" << "zzz" << 0 << true << "open q'zzz' f0 s-1 n3";
         QTest::newRow("Escape clears") << "Esc" << "zzz" << 0 << true << "open q'' f0 s0 n3";
         QTest::newRow("Escape closes") << "Esc" << "" << 0 << true << "closed q'' f0 s0 n3";

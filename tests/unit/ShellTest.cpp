@@ -153,8 +153,8 @@ private slots:
         QTest::newRow("null for a bool") << "clearOnQuit" << QJsonValue(QJsonValue::Null) << "clearOnQuit takes|null";
         QTest::newRow("list of numbers") << "excludedBundleIDs" << QJsonValue(QJsonArray{1}) << "excludedBundleIDs takes|[1]";
         QTest::newRow("number for a language") << "languageCode" << QJsonValue(7) << "languageCode takes|7";
-        QTest::newRow("no history") << "historyLimit" << QJsonValue(0) << "historyLimit takes an integer from 100 to 5000|0";
-        QTest::newRow("limit not offered") << "historyLimit" << QJsonValue(5001) << "historyLimit takes|5001";
+        QTest::newRow("no history") << "historyLimit" << QJsonValue(0) << "historyLimit takes an integer from 100 to 50000|0";
+        QTest::newRow("limit not offered") << "historyLimit" << QJsonValue(50001) << "historyLimit takes|50001";
         QTest::newRow("negative days") << "historyRetentionDays" << QJsonValue(-1) << "historyRetentionDays takes|-1";
         QTest::newRow("unknown language") << "languageCode" << QJsonValue("xx") << "languageCode takes a language code (en,|\"xx\"";
     }
