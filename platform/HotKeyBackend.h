@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include <QHash>
 #include <QtGlobal>
 #include <Qt>
 #include <functional>
 #include <optional>
 
-// The platform's system-wide hot keys (XGrabKey on the root window). Handles are opaque;
+// The platform's system-wide hot keys (key grabs on X11, the desktop portal on Wayland). Handles are opaque;
 // nullopt means nothing was installed.
 class HotKeyBackend {
 public:
@@ -25,4 +26,26 @@ public:
     // left to that program.
     virtual Registration registerHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 id) = 0;
     virtual void unregisterHotKey(Handle hotKey) = 0;
+};
+
+// The handlers installed on a back end, each under its own handle.
+class HotKeyHandlers {
+public:
+    HotKeyBackend::Handle install(std::function<void(quint32 id)> handler)
+    {
+        m_handlers.insert(m_next, std::move(handler));
+        return m_next++;
+    }
+    void remove(HotKeyBackend::Handle handle) { m_handlers.remove(handle); }
+    // Runs every handler with `id`; a handler may remove itself (or another) while this runs.
+    void dispatch(quint32 id) const
+    {
+        const auto handlers = m_handlers;
+        for (const auto &handler : handlers)
+            handler(id);
+    }
+
+private:
+    QHash<HotKeyBackend::Handle, std::function<void(quint32)>> m_handlers;
+    HotKeyBackend::Handle m_next = 1;
 };

@@ -62,9 +62,7 @@ PortalHotKeyBackend::PortalHotKeyBackend(QDBusConnection bus, QString descriptio
 
 std::optional<HotKeyBackend::Handle> PortalHotKeyBackend::installHandler(std::function<void(quint32)> handler)
 {
-    const Handle handle = m_nextHandle++;
-    m_handlers.insert(handle, std::move(handler));
-    return handle;
+    return m_handlers.install(std::move(handler));
 }
 
 void PortalHotKeyBackend::removeHandler(Handle handler)
@@ -171,8 +169,7 @@ void PortalHotKeyBackend::activated(const QDBusObjectPath &session, const QStrin
     for (const Shortcut &registered : std::as_const(m_shortcuts)) {
         if (shortcutName(registered.id) != shortcut)
             continue;
-        for (const auto &handler : std::as_const(m_handlers))
-            handler(registered.id);
+        m_handlers.dispatch(registered.id);
     }
 }
 

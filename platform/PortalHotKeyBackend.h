@@ -55,7 +55,7 @@ private:
     QString m_description;
     std::optional<bool> m_available;
     QString m_session; // the session's object path once created
-    QHash<Handle, std::function<void(quint32)>> m_handlers;
+    HotKeyHandlers m_handlers;
     QHash<Handle, Shortcut> m_shortcuts;
     Handle m_nextHandle = 1;
     int m_nextToken = 0;

@@ -42,9 +42,7 @@ X11HotKeyBackend::~X11HotKeyBackend()
 
 std::optional<HotKeyBackend::Handle> X11HotKeyBackend::installHandler(std::function<void(quint32)> handler)
 {
-    const Handle handle = m_nextHandle++;
-    m_handlers.insert(handle, std::move(handler));
-    return handle;
+    return m_handlers.install(std::move(handler));
 }
 
 void X11HotKeyBackend::removeHandler(Handle handler)
@@ -144,9 +142,7 @@ void X11HotKeyBackend::dispatch(Grab &grab, quint32 time)
     m_releaseWatch.start();
     if (repeat)
         return;
-    const auto handlers = m_handlers; // a handler may remove itself
-    for (const auto &handler : handlers)
-        handler(grab.id);
+    m_handlers.dispatch(grab.id);
 }
 
 void X11HotKeyBackend::watchReleases()

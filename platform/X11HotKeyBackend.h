@@ -37,7 +37,7 @@ private:
     static void ungrab(xcb_connection_t *c, const Grab &grab);
     static QString describe(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
-    QHash<Handle, std::function<void(quint32)>> m_handlers;
+    HotKeyHandlers m_handlers;
     QHash<Handle, Grab> m_grabs;
     quint16 m_ignoredModifiers = 0; // CapsLock and NumLock
     Handle m_nextHandle = 1;
