@@ -59,8 +59,8 @@ void HistoryStore::adoptLoaded()
         log(QStringLiteral("History: %1 could not be read; kept aside as %2").arg(fileURL(), loaded.keptAsideAs));
     else
         removeUnreferenced(loaded.unreferencedSideFiles);
-    QList<ClipItem> older = loaded.items.value_or(QList<ClipItem>());
-    const bool capturedMeanwhile = !m_items.isEmpty();
+    QList<ClipItem> older = std::move(loaded.items).value_or(QList<ClipItem>());
+    const bool readAny = !older.isEmpty();
     for (ClipItem &item : m_items) {
         const auto same = std::find_if(older.begin(), older.end(),
                                        [&item](const ClipItem &o) { return o.contentHash == item.contentHash; });
@@ -74,15 +74,11 @@ void HistoryStore::adoptLoaded()
         item = std::move(first);
         m_burstItemID.reset();
     }
-    const bool readAny = !older.isEmpty();
-    if (capturedMeanwhile)
-        m_items += older;
-    else
-        m_items = std::move(older);
+    m_items.append(std::move(older));
     if (readAny)
         emit itemsChanged();
     prune();
-    if (capturedMeanwhile || m_unsavedSince)
+    if (m_unsavedSince) // copies made while the file was read
         scheduleSave();
 }
 
