@@ -85,6 +85,16 @@ const DesktopEntry *DesktopEntries::byId(const QString &id) const
     return it == m_byId.cend() ? nullptr : &m_entries[*it];
 }
 
+FrontApp DesktopEntries::frontApp(const QString &desktopId, const QString &instance, const QString &className) const
+{
+    const DesktopEntry *entry = byId(desktopId);
+    if (!entry)
+        entry = byWMClass(instance, className);
+    if (entry)
+        return FrontApp{entry->id, entry->name.isEmpty() ? className : entry->name};
+    return FrontApp{className, className};
+}
+
 const DesktopEntry *DesktopEntries::byWMClass(const QString &instance, const QString &className) const
 {
     const auto matches = [&](const QString &value) {

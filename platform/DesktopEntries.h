@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include "platform/ActiveWindow.h"
+
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -27,6 +29,9 @@ public:
     // The entry a window of this WM_CLASS belongs to: StartupWMClass first, then the
     // ID or its last dotted component, compared without case.
     const DesktopEntry *byWMClass(const QString &instance, const QString &className) const;
+    // The application of a window known by a desktop-file ID (may be empty) and its WM_CLASS
+    // (or, on Wayland, its app_id as both): the entry's ID and name, else the class itself.
+    FrontApp frontApp(const QString &desktopId, const QString &instance, const QString &className) const;
 
     static QStringList searchDirs();
     static std::optional<DesktopEntry> parse(const QString &path, const QString &id, const QString &locale);

@@ -14,11 +14,5 @@ std::optional<FrontApp> WaylandActiveWindow::frontmost() const
         appId.chop(8);
     // Windows of X11 programs (XWayland) carry their WM_CLASS as app_id, which entries name
     // as StartupWMClass; some native programs' app_ids are found that way too.
-    const DesktopEntries &entries = DesktopEntries::shared();
-    const DesktopEntry *entry = entries.byId(appId);
-    if (!entry)
-        entry = entries.byWMClass(appId, appId);
-    if (entry)
-        return FrontApp{entry->id, entry->name.isEmpty() ? appId : entry->name};
-    return FrontApp{appId, appId};
+    return DesktopEntries::shared().frontApp(appId, appId, appId);
 }

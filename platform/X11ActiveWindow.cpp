@@ -32,14 +32,8 @@ std::optional<FrontApp> X11ActiveWindow::frontmost() const
     const xcb_window_t window = X11::activeWindow();
     if (window == XCB_WINDOW_NONE)
         return std::nullopt;
-    const DesktopEntries &entries = DesktopEntries::shared();
     const auto [instance, className] = wmClass(window);
-    const DesktopEntry *entry = entries.byId(desktopFileHint(window));
-    if (!entry)
-        entry = entries.byWMClass(instance, className);
-    if (entry)
-        return FrontApp{entry->id, entry->name.isEmpty() ? className : entry->name};
-    return FrontApp{className, className};
+    return DesktopEntries::shared().frontApp(desktopFileHint(window), instance, className);
 }
 
 QString X11ActiveWindow::activeWindowClass()
