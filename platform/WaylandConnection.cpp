@@ -47,8 +47,7 @@ void WaylandConnection::stop()
         QMutexLocker lock(&m_mutex);
         m_stopping = true;
     }
-    const uint64_t one = 1;
-    [[maybe_unused]] auto n = write(m_wake, &one, sizeof one);
+    wake();
     m_worker->wait();
     m_worker.reset();
 }
@@ -61,9 +60,15 @@ bool WaylandConnection::post(std::function<void()> task)
             return false;
         m_tasks.append(std::move(task));
     }
+    wake();
+    return true;
+}
+
+// Interrupts the worker's poll, for a new task or to stop.
+void WaylandConnection::wake()
+{
     const uint64_t one = 1;
     [[maybe_unused]] auto n = write(m_wake, &one, sizeof one);
-    return true;
 }
 
 void WaylandConnection::run()

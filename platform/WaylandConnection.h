@@ -49,6 +49,7 @@ private:
         quint32 version;
     };
 
+    void wake();
     void run();
     bool setUp();
     void runTasks();

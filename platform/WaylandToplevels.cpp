@@ -80,8 +80,6 @@ void WaylandToplevels::commit(zwlr_foreign_toplevel_handle_v1 *handle)
     toplevel.activated = toplevel.pendingActivated;
     if (toplevel.activated) {
         m_active = handle;
-        if (toplevel.appId != m_ownAppId)
-            m_lastOtherAppId = toplevel.appId;
     } else if (m_active == handle) {
         m_active = nullptr;
     }
@@ -109,7 +107,8 @@ void WaylandToplevels::publish()
     m_focus.active = active;
     m_focus.appId = active ? active->appId : QString();
     m_focus.own = active && active->appId == m_ownAppId;
-    m_focus.lastOtherAppId = m_lastOtherAppId;
+    if (active && !m_focus.own)
+        m_focus.lastOtherAppId = active->appId;
 }
 
 WaylandToplevels::Focus WaylandToplevels::focus() const

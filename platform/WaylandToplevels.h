@@ -49,7 +49,6 @@ private:
     zwlr_foreign_toplevel_manager_v1 *m_manager = nullptr;
     QHash<zwlr_foreign_toplevel_handle_v1 *, Toplevel> m_toplevels;
     zwlr_foreign_toplevel_handle_v1 *m_active = nullptr;
-    QString m_lastOtherAppId;
     std::function<void()> m_focusChanged;
 
     mutable QMutex m_mutex; // guards m_focus
