@@ -10,6 +10,7 @@
 #include "e2e/XSession.h"
 
 #include <QJsonArray>
+#include <csignal>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -67,9 +68,10 @@ private slots:
         QCOMPARE(tree.first(), shell.processId());
         QVERIFY(ProcessTree::rssKiB(tree) > ProcessTree::rssKiB({tree.first()}));
         QVERIFY(ProcessTree::pssKiB(tree) > 0);
+        ::kill(pid_t(tree.last()), SIGKILL);
         shell.kill();
         shell.waitForFinished();
-        QVERIFY(ProcessTree::of(shell.processId()).isEmpty());
+        QVERIFY(ProcessTree::of(tree.first()).isEmpty());
     }
 
     void theProbeSeesAWindowMapRepaintAsAKeyIsTypedAndUnmap()
