@@ -106,13 +106,11 @@ GlobalHotKey &GlobalHotKey::shared()
     static auto *hotKey = [] {
         auto *created = new GlobalHotKey(platform().hotKeyBackend());
         // The desktop portal answers after the hot key was registered: when it has no shortcuts
-        // after all, the grab is released and asked for again, which then reports it unavailable.
+        // after all, asking again reports the hot key unavailable.
         if (auto *portal = dynamic_cast<PortalHotKeyBackend *>(&platform().hotKeyBackend()))
             QObject::connect(portal, &PortalHotKeyBackend::availabilityKnown, created, [created](bool available) {
-                if (!available && !created->isSuspended()) {
-                    created->setSuspended(true);
-                    created->setSuspended(false);
-                }
+                if (!available)
+                    created->registerAgain();
             });
         return created;
     }();

@@ -99,6 +99,13 @@ void GlobalHotKey::setSuspended(bool suspended)
         registerHotKey(*m_wanted);
 }
 
+void GlobalHotKey::registerAgain()
+{
+    releaseGrab();
+    if (!m_suspended && m_wanted)
+        registerHotKey(*m_wanted);
+}
+
 void GlobalHotKey::releaseGrab()
 {
     if (m_hotKeyRef)

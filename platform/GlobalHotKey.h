@@ -38,7 +38,9 @@ public:
     // (the hot-key recorder records them instead of the palette opening); the end of the
     // suspension grabs the last registered combination again. Status and combination stay.
     void setSuspended(bool suspended);
-    bool isSuspended() const { return m_suspended; }
+    // Releases the grab and asks the back end again for the last registered combination (unless
+    // suspended): for a back end that learns only later that an earlier grab cannot work.
+    void registerAgain();
     QKeyCombination combination() const { return m_combination; }
     Status status() const { return m_status; }
     bool isRegistered() const { return m_status == Status::registered; }
