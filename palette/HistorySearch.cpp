@@ -62,18 +62,10 @@ namespace HistorySearch {
 
 QByteArrayList words(const QString &query)
 {
+    // Folded as the entries' search keys are, or they would not match.
     QByteArrayList words;
-    QString word;
-    for (const QChar c : query.toLower()) {
-        if (!c.isSpace()) {
-            word += c;
-        } else if (!word.isEmpty()) {
-            words << word.toUtf8();
-            word.clear();
-        }
-    }
-    if (!word.isEmpty())
-        words << word.toUtf8();
+    for (const QString &word : query.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        words << SearchKey::fold(word);
     std::stable_sort(words.begin(), words.end(),
                      [](const QByteArray &a, const QByteArray &b) { return a.size() > b.size(); });
     return words;
