@@ -288,11 +288,10 @@ CloudSync &CloudSync::shared()
 
 // One per process, read by the settings and the guide. "Trusted": the session can type keys
 // (XTest on X11, a virtual keyboard on Wayland).
-AccessibilityGrant &AccessibilityGrant::shared()
+AccessibilityPermission &AccessibilityPermission::shared()
 {
     static auto *permission = new DesktopAccessibilityPermission(platform().keyPoster());
-    static auto *grant = new AccessibilityGrant(*permission);
-    return *grant;
+    return *permission;
 }
 
 SettingsWindowController &SettingsWindowController::shared()
@@ -307,7 +306,7 @@ SettingsWindowController &SettingsWindowController::shared()
                 [](bool on) { UpdaterController::shared().setAutomaticallyChecksForUpdates(on); }};
         SettingsServices services{
             AppSettings::shared(), L10n::shared(), HistoryStore::shared(), DesktopEntries::shared(),
-            AppIconCache::shared(), AccessibilityGrant::shared(), *account, updater,
+            AppIconCache::shared(), AccessibilityPermission::shared(), *account, updater,
             [] { ClearHistoryDialog(HistoryStore::shared(), L10n::shared()).present(); },
             [](QWidget *parent) {
                 return AppChooserDialog::choose(DesktopEntries::shared(), AppIconCache::shared(), L10n::shared(), parent);
@@ -324,6 +323,6 @@ SettingsWindowController &SettingsWindowController::shared()
 OnboardingWindowController &OnboardingWindowController::shared()
 {
     static auto *guide =
-        new OnboardingWindowController(AppSettings::shared(), L10n::shared(), AccessibilityGrant::shared(), serviceHost());
+        new OnboardingWindowController(AppSettings::shared(), L10n::shared(), AccessibilityPermission::shared(), serviceHost());
     return *guide;
 }

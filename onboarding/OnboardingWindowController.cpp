@@ -26,7 +26,7 @@ QWidget *column(std::initializer_list<QWidget *> widgets, int spacing = 18)
 } // namespace
 
 OnboardingWindowController::OnboardingWindowController(AppSettings &settings, L10n &l10n,
-                                                       AccessibilityGrant &accessibility, const QString &serviceHost,
+                                                       AccessibilityPermission &accessibility, const QString &serviceHost,
                                                        OnboardingKitController::Options options, QObject *parent)
     : QObject(parent)
     , m_settings(settings)

@@ -7,7 +7,7 @@
 #include <QObject>
 #include <QPointer>
 
-class AccessibilityGrant;
+class AccessibilityPermission;
 class AppSettings;
 class L10n;
 
@@ -16,7 +16,7 @@ class OnboardingWindowController : public QObject {
 public:
     // `serviceHost`: the web service's host name, named by the consent page; empty when no
     // service is configured (the page's switches are then disabled: nothing is sent).
-    OnboardingWindowController(AppSettings &settings, L10n &l10n, AccessibilityGrant &accessibility,
+    OnboardingWindowController(AppSettings &settings, L10n &l10n, AccessibilityPermission &accessibility,
                                const QString &serviceHost, OnboardingKitController::Options options = {},
                                QObject *parent = nullptr);
     static OnboardingWindowController &shared();
@@ -42,7 +42,7 @@ private:
 
     AppSettings &m_settings;
     L10n &m_l10n;
-    AccessibilityGrant &m_accessibility;
+    AccessibilityPermission &m_accessibility;
     QString m_serviceHost;
     OnboardingKitController::Options m_options;
     QPointer<OnboardingKitController> m_kit;

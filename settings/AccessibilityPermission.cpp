@@ -3,11 +3,6 @@
 
 #include "platform/KeyPoster.h"
 
-AccessibilityGrant::AccessibilityGrant(AccessibilityPermission &permission)
-    : m_permission(permission)
-{
-}
-
 DesktopAccessibilityPermission::DesktopAccessibilityPermission(KeyPoster &keys)
     : m_keys(keys)
 {

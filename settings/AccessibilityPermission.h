@@ -8,19 +8,8 @@ class KeyPoster;
 class AccessibilityPermission {
 public:
     virtual ~AccessibilityPermission() = default;
+    static AccessibilityPermission &shared(); // the one state the permissions tab and the guide read
     virtual bool isTrusted() const = 0;
-};
-
-// The one state the permissions tab and the guide both read.
-class AccessibilityGrant {
-public:
-    explicit AccessibilityGrant(AccessibilityPermission &permission);
-    static AccessibilityGrant &shared();
-
-    bool isTrusted() const { return m_permission.isTrusted(); }
-
-private:
-    AccessibilityPermission &m_permission;
 };
 
 // Whether the session's key poster can type (on X11: the display has the XTest extension).

@@ -8,7 +8,7 @@
 
 #include "settings/PollTimer.h"
 
-class AccessibilityGrant;
+class AccessibilityPermission;
 class AppIconCache;
 class AppSettings;
 class DesktopEntries;
@@ -31,7 +31,7 @@ struct SettingsServices {
     HistoryStore &store;
     const DesktopEntries &apps;  // installed applications: names of excluded apps
     AppIconCache &icons;         // and their icons
-    AccessibilityGrant &accessibility;
+    AccessibilityPermission &accessibility;
     SettingsAccount &account;
     std::optional<SettingsUpdater> updater;
     // The clear-history question (asks, then clears).

@@ -67,7 +67,6 @@ struct SettingsFixture : StoreFixture {
     DesktopEntries entries{QStringLiteral("C")};
     AppIconCache icons{entries};
     FakeAccessibilityPermission permission;
-    AccessibilityGrant accessibility{permission};
     std::unique_ptr<CloudStack> cloud = std::make_unique<CloudStack>(*this, QStringLiteral("http://127.0.0.1:9/"));
     ManualPollTimers timers;
     QList<QStringList> chooserAnswers; // one answer per "Add App…"
@@ -77,7 +76,7 @@ struct SettingsFixture : StoreFixture {
     SettingsServices services()
     {
         const auto choose = [this](QWidget *) { return chooserAnswers.isEmpty() ? QStringList() : chooserAnswers.takeFirst(); };
-        SettingsServices services{settings, l10n, *store, entries, icons, accessibility, cloud->adapter,
+        SettingsServices services{settings, l10n, *store, entries, icons, permission, cloud->adapter,
                                   std::nullopt, {}, choose, {}, timers.factory(), QStringLiteral("0.1.0"),
                                   serviceHost};
         services.captureLimited = [this] { return captureLimited; };

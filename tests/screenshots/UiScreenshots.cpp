@@ -144,7 +144,7 @@ int main(int argc, char *argv[])
             save(settings.window(), QStringLiteral("%1/settings-%2-%3.png").arg(dir, SettingsTabs::rawValue(tab), language));
         }
         settings.window()->close();
-        OnboardingWindowController guide(f.settings, f.l10n, f.accessibility, f.serviceHost, options);
+        OnboardingWindowController guide(f.settings, f.l10n, f.permission, f.serviceHost, options);
         for (int i = 0; i < 4; ++i) {
             page = QString::number(i);
             guide.show(false);

@@ -23,7 +23,7 @@ class OnboardingTest : public QObject {
             return env.contains(name) ? std::optional(env.value(name)) : std::nullopt;
         };
         options.timers = f->timers.factory();
-        guide = std::make_unique<OnboardingWindowController>(f->settings, f->l10n, f->accessibility, f->serviceHost, options);
+        guide = std::make_unique<OnboardingWindowController>(f->settings, f->l10n, f->permission, f->serviceHost, options);
     }
     OKRootView *root() const { return guide->kit() ? guide->kit()->rootView() : nullptr; }
     OKStep::Kind kind() const { return root()->step().kind; }
