@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MenuBarIcon.h"
 
+#include "common/SquareIconEngine.h"
 #include "common/Symbols.h"
 
 #include <QGuiApplication>
-#include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
 
@@ -37,29 +37,13 @@ QPixmap image(State state, int size, qreal devicePixelRatio, const QPalette &pal
     return result;
 }
 
-class TrayEngine : public QIconEngine {
+class TrayEngine : public SquareIconEngine {
 public:
     explicit TrayEngine(State state)
         : m_state(state)
     {
     }
 
-    QPixmap scaledPixmap(const QSize &size, QIcon::Mode, QIcon::State, qreal scale) override
-    {
-        return image(m_state, qRound(qMin(size.width(), size.height()) / scale), scale, QGuiApplication::palette());
-    }
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        return scaledPixmap(size, mode, state, 1.0);
-    }
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
-    {
-        const int side = qMin(rect.width(), rect.height());
-        QRect box(0, 0, side, side);
-        box.moveCenter(rect.center());
-        painter->drawPixmap(box.topLeft(),
-                            image(m_state, side, painter->device()->devicePixelRatioF(), QGuiApplication::palette()));
-    }
     // What a tray that takes pixmaps rather than painting the icon is offered.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
     {
@@ -68,6 +52,11 @@ public:
     QIconEngine *clone() const override { return new TrayEngine(m_state); }
 
 private:
+    QPixmap render(int side, QIcon::Mode, qreal scale) const override
+    {
+        return image(m_state, side, scale, QGuiApplication::palette());
+    }
+
     State m_state;
 };
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/Symbols.h"
 
-#include <QIconEngine>
+#include "common/SquareIconEngine.h"
+
 #include <QPainter>
 #include <QPixmapCache>
 #include <QSvgRenderer>
@@ -29,7 +30,7 @@ QPixmap pixmap(const QString &name, const QColor &tint, int size, qreal devicePi
 
 namespace {
 
-class SymbolEngine : public QIconEngine {
+class SymbolEngine : public SquareIconEngine {
 public:
     SymbolEngine(const QString &name, const QColor &tint, int size, const QColor &selectedTint)
         : m_name(name)
@@ -44,29 +45,10 @@ public:
         const int side = qMin(m_size, qMin(size.width(), size.height()));
         return {side, side};
     }
-
-    // `size` is in device pixels: the shown size times `scale`.
-    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal scale) override
-    {
-        return render(actualSize(size / scale, mode, state).width(), mode, scale);
-    }
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        return scaledPixmap(size, mode, state, 1.0);
-    }
-
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
-    {
-        const int side = actualSize(rect.size(), mode, state).width();
-        QRect box(0, 0, side, side);
-        box.moveCenter(rect.center());
-        painter->drawPixmap(box.topLeft(), render(side, mode, painter->device()->devicePixelRatioF()));
-    }
-
     QIconEngine *clone() const override { return new SymbolEngine(*this); }
 
 private:
-    QPixmap render(int side, QIcon::Mode mode, qreal scale) const
+    QPixmap render(int side, QIcon::Mode mode, qreal scale) const override
     {
         if (side <= 0)
             return {};
